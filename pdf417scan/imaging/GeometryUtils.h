@@ -1,0 +1,58 @@
+#pragma once
+
+#include "pdf417scan/imaging/Line2D.h"
+#include "pdf417scan/imaging/Point2D.h"
+
+#include <utility>
+#include <vector>
+
+namespace pdf417 {
+namespace GeometryUtils {
+
+// Mass-weighted orthogonal least-squares line; eps is the absolute tolerance
+// on the second moments below which the vertical, horizontal and diagonal
+// special cases apply. Fewer than two points give the line x = 0.
+Line2D approximateLine(const std::vector<Point2D>& points, float eps);
+
+// Mass-weighted centroid carrying the total mass; (0, 0) with mass 0 when empty.
+Point2D calculateCenterOfMass(const std::vector<Point2D>& points);
+
+// Unweighted centroid with mass 1; (0, 0) with mass 0 when empty.
+Point2D calculateMean(const std::vector<Point2D>& points);
+
+// Clips the segment p1-p2 to 0 <= x <= width - 1, 0 <= y <= height - 1 by
+// sliding its ends along the line. On false p1 and p2 are left untouched.
+// Non-finite coordinates that cannot be clipped fail.
+bool boundLine(Point2D& p1, Point2D& p2, float width, float height);
+
+// True when p lies in the closed box spanned by (x1, y1) and (x2, y2), the
+// corners given in either order.
+bool testPoint(float x1, float y1, float x2, float y2, const Point2D& p);
+
+// Walks the segments a and b in lock-step, calling callback(p, q) at the
+// fractions 0, 1/steps, ..., (steps - 1)/steps of each; the end points are
+// never visited. Stops as soon as the callback returns false.
+template <typename F>
+void scanRegion(const std::pair<Point2D, Point2D>& a, const std::pair<Point2D, Point2D>& b,
+                unsigned long steps, F callback) {
+    if (steps == 0) {
+        return;
+    }
+    const float n = static_cast<float>(steps);
+    const float dax = (a.second.x() - a.first.x()) / n;
+    const float day = (a.second.y() - a.first.y()) / n;
+    const float dbx = (b.second.x() - b.first.x()) / n;
+    const float dby = (b.second.y() - b.first.y()) / n;
+    Point2D p = a.first;
+    Point2D q = b.first;
+    for (unsigned long i = 0; i < steps; ++i) {
+        if (!callback(p, q)) {
+            return;
+        }
+        p.add(dax, day);
+        q.add(dbx, dby);
+    }
+}
+
+} // namespace GeometryUtils
+} // namespace pdf417

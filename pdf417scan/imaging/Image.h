@@ -1,0 +1,42 @@
+#pragma once
+
+#include "pdf417scan/imaging/IImage.h"
+
+namespace pdf417 {
+
+// A view over a caller's row-major buffer of width × height bytes with no row
+// padding. The buffer is neither copied nor owned and must outlive the view.
+class Image : public IImage {
+public:
+    Image(unsigned char* data, unsigned width, unsigned height)
+        : data_(data), width_(width), height_(height) {}
+
+    unsigned width() const override { return width_; }
+    unsigned height() const override { return height_; }
+    unsigned char getPixel(int x, int y) const override;
+    unsigned char setPixel(int x, int y, unsigned char value) override;
+    bool isEmpty() const override { return width_ == 0 || height_ == 0; }
+
+    bool sampleRow(unsigned y, std::vector<unsigned char>& out) const override;
+    bool sampleColumn(unsigned x, std::vector<unsigned char>& out) const override;
+    bool sampleLine(unsigned x0, unsigned y0, unsigned x1, unsigned y1,
+                    std::vector<unsigned char>& out) const override;
+    // True whenever the segment could be clipped, even if the integer call
+    // then refused it and left `out` empty.
+    bool sampleLine(Point2D const& a, Point2D const& b,
+                    std::vector<unsigned char>& out) const override;
+
+private:
+    bool contains(int x, int y) const {
+        return static_cast<unsigned>(x) < width_ && static_cast<unsigned>(y) < height_;
+    }
+    unsigned char& at(unsigned x, unsigned y) const {
+        return data_[static_cast<std::size_t>(y) * width_ + x];
+    }
+
+    unsigned char* data_;
+    unsigned width_;
+    unsigned height_;
+};
+
+} // namespace pdf417
