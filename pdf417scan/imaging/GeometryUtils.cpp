@@ -22,8 +22,10 @@ Line2D approximateLine(const std::vector<Point2D>& points, float eps) {
         const float dx = p.x() - c.x();
         const float dy = p.y() - c.y();
         const float m = p.mass();
-        sxx += m * dx * dx;
-        syy += m * dy * dy;
+        // Weight times square, (m·dx)·dy for the cross term: the rounding
+        // the fit is tuned to.
+        sxx += m * (dx * dx);
+        syy += m * (dy * dy);
         sxy += m * dx * dy;
     }
 
@@ -45,7 +47,7 @@ Line2D approximateLine(const std::vector<Point2D>& points, float eps) {
         // 1, so the normal leans towards x for a steep cloud and towards y
         // for a flat one.
         const float t = sxy / (syy - sxx);
-        const float r = std::sqrt(1.0f + 4.0f * t * t);
+        const float r = std::sqrt(1.0f + 4.0f * (t * t));
         if (syy > sxx) {
             float s = (1.0f + r) / (2.0f * t);
             if (std::fabs(s) > 1.0f) {
@@ -100,7 +102,9 @@ bool outside(const Point2D& p, float width, float height) {
     return p.x() < 0.0f || p.x() >= width || p.y() < 0.0f || p.y() >= height;
 }
 
-bool hasNan(const Point2D& p) { return std::isnan(p.x()) || std::isnan(p.y()); }
+bool hasNan(const Point2D& p) {
+    return std::isnan(p.x()) || std::isnan(p.y());
+}
 
 // Clamps one end onto the rectangle along `line`; the targets are the last
 // pixel column and row, not width and height.
@@ -138,8 +142,7 @@ bool boundLine(Point2D& p1, Point2D& p2, float width, float height) {
     if (code == 0) {
         return true;
     }
-    if ((code & 3u) == 3u || (code & 12u) == 12u || (code & 48u) == 48u ||
-        (code & 192u) == 192u) {
+    if ((code & 3u) == 3u || (code & 12u) == 12u || (code & 48u) == 48u || (code & 192u) == 192u) {
         return false;
     }
 
