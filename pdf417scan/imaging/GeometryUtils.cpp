@@ -124,8 +124,9 @@ void clampEnd(Point2D& q, const Line2D& line, float width, float height) {
 } // namespace
 
 bool boundLine(Point2D& p1, Point2D& p2, float width, float height) {
-    // A NaN coordinate cannot be placed on either side of anything.
-    if (hasNan(p1) || hasNan(p2)) {
+    // A NaN coordinate or size cannot be placed on either side of anything;
+    // every comparison would say "inside" and hand NaN on to the caller.
+    if (hasNan(p1) || hasNan(p2) || std::isnan(width) || std::isnan(height)) {
         return false;
     }
     // The outcode compares the integer part of a coordinate with the size;

@@ -22,7 +22,9 @@ Point2D calculateMean(const std::vector<Point2D>& points);
 
 // Clips the segment p1-p2 to 0 <= x <= width - 1, 0 <= y <= height - 1 by
 // sliding its ends along the line. On false p1 and p2 are left untouched.
-// Non-finite coordinates that cannot be clipped fail.
+// A NaN coordinate, width or height fails, and so does any infinite
+// coordinate that cannot be slid onto the rectangle; a true result always
+// leaves finite ends inside it.
 bool boundLine(Point2D& p1, Point2D& p2, float width, float height);
 
 // True when p lies in the closed box spanned by (x1, y1) and (x2, y2), the
