@@ -161,17 +161,13 @@ bool boundLine(Point2D& p1, Point2D& p2, float width, float height) {
 }
 
 bool testPoint(float x1, float y1, float x2, float y2, const Point2D& p) {
-    if (x2 > x1) {
-        if (x1 > p.x() || p.x() > x2) {
-            return false;
-        }
-    } else if (x2 > p.x() || p.x() > x1) {
+    // Written as "lies between" rather than "is not beyond" so that a NaN,
+    // which compares false with everything, is never inside the box.
+    const bool xInside = x2 > x1 ? x1 <= p.x() && p.x() <= x2 : x2 <= p.x() && p.x() <= x1;
+    if (!xInside) {
         return false;
     }
-    if (y2 > y1) {
-        return !(y1 > p.y() || p.y() > y2);
-    }
-    return !(y2 > p.y() || p.y() > y1);
+    return y2 > y1 ? y1 <= p.y() && p.y() <= y2 : y2 <= p.y() && p.y() <= y1;
 }
 
 } // namespace GeometryUtils

@@ -28,7 +28,7 @@ Point2D calculateMean(const std::vector<Point2D>& points);
 bool boundLine(Point2D& p1, Point2D& p2, float width, float height);
 
 // True when p lies in the closed box spanned by (x1, y1) and (x2, y2), the
-// corners given in either order.
+// corners given in either order. A NaN anywhere gives false.
 bool testPoint(float x1, float y1, float x2, float y2, const Point2D& p);
 
 // Walks the segments a and b in lock-step, calling callback(p, q) at the
