@@ -46,9 +46,12 @@ void filter(std::vector<short>& runs, unsigned long maxLength) {
     }
     for (std::size_t i = 1; i < runs.size(); ++i) {
         const unsigned long length = static_cast<unsigned long>(std::abs(runs[i]));
-        const bool disagrees = (runs[i - 1] < 0 && runs[i] >= 1) || (runs[i - 1] >= 0 && runs[i] < 0);
+        const bool disagrees =
+            (runs[i - 1] < 0 && runs[i] >= 1) || (runs[i - 1] >= 0 && runs[i] < 0);
         if (length <= maxLength && disagrees) {
-            runs[i] = static_cast<short>(-runs[i]);
+            // -32768 has no positive counterpart in 16 bits; it would stay
+            // dark. squeeze never makes it, but callers may.
+            runs[i] = runs[i] == -32768 ? short{32767} : static_cast<short>(-runs[i]);
         }
     }
     std::size_t j = 0;
@@ -56,7 +59,8 @@ void filter(std::vector<short>& runs, unsigned long maxLength) {
         if ((runs[j] < 0) == (runs[i] < 0)) {
             // Same colour: merge, saturating like squeeze does.
             const int merged = runs[j] + runs[i];
-            runs[j] = static_cast<short>(merged > 32767 ? 32767 : (merged < -32767 ? -32767 : merged));
+            runs[j] =
+                static_cast<short>(merged > 32767 ? 32767 : (merged < -32767 ? -32767 : merged));
         } else {
             runs[++j] = runs[i];
         }
