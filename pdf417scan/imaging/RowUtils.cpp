@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <limits>
 
 namespace pdf417 {
 namespace RowUtils {
@@ -68,20 +69,32 @@ void filter(std::vector<short>& runs, unsigned long maxLength) {
     runs.resize(j + 1);
 }
 
+namespace {
+
+// The count runs in size_t so that it cannot wrap round on a row longer than
+// unsigned int can count; such a count is reported as the largest value.
+unsigned int clampCount(std::size_t count) {
+    return count > std::numeric_limits<unsigned int>::max()
+               ? std::numeric_limits<unsigned int>::max()
+               : static_cast<unsigned int>(count);
+}
+
+} // namespace
+
 unsigned int findWhite(const std::vector<unsigned char>& row, unsigned char threshold) {
-    unsigned int count = 0;
+    std::size_t count = 0;
     while (count < row.size() && row[count] <= threshold) {
         ++count;
     }
-    return count;
+    return clampCount(count);
 }
 
 unsigned int findBlack(const std::vector<unsigned char>& row, unsigned char threshold) {
-    unsigned int count = 0;
+    std::size_t count = 0;
     while (count < row.size() && row[count] >= threshold) {
         ++count;
     }
-    return count;
+    return clampCount(count);
 }
 
 float calculateMean(const std::vector<unsigned char>& row) {
