@@ -131,6 +131,22 @@ TEST(Image, RealLinesAreClippedThenTruncated) {
     ASSERT_TRUE(image.sampleLine(Point2D(50, 50, 1), Point2D(150, 50, 1), out));
     EXPECT_EQ(out.size(), 50u);
 
+    // The integer call goes through the virtual interface, and its refusal
+    // still gives true, with an empty vector.
+    struct Refusing : Image {
+        using Image::Image;
+        using Image::sampleLine;
+        bool sampleLine(unsigned, unsigned, unsigned, unsigned,
+                        std::vector<unsigned char>& o) const override {
+            o.clear();
+            return false;
+        }
+    };
+    const Refusing refusing(pixels.data(), 100, 100);
+    out.assign(3, 1);
+    EXPECT_TRUE(refusing.sampleLine(Point2D(1, 1, 1), Point2D(5, 5, 1), out));
+    EXPECT_TRUE(out.empty());
+
     const float inf = std::numeric_limits<float>::infinity();
     const float nan = std::numeric_limits<float>::quiet_NaN();
     const float bad[] = {nan, inf, -inf, 3e38f, -3e38f};
