@@ -22,8 +22,10 @@ Line2D approximateLine(const std::vector<Point2D>& points, float eps) {
         const float dx = p.x() - c.x();
         const float dy = p.y() - c.y();
         const float m = p.mass();
-        sxx += m * dx * dx;
-        syy += m * dy * dy;
+        // Weight times square, (m·dx)·dy for the cross term: the rounding
+        // the fit is tuned to.
+        sxx += m * (dx * dx);
+        syy += m * (dy * dy);
         sxy += m * dx * dy;
     }
 
@@ -45,7 +47,7 @@ Line2D approximateLine(const std::vector<Point2D>& points, float eps) {
         // 1, so the normal leans towards x for a steep cloud and towards y
         // for a flat one.
         const float t = sxy / (syy - sxx);
-        const float r = std::sqrt(1.0f + 4.0f * t * t);
+        const float r = std::sqrt(1.0f + 4.0f * (t * t));
         if (syy > sxx) {
             float s = (1.0f + r) / (2.0f * t);
             if (std::fabs(s) > 1.0f) {
@@ -100,7 +102,9 @@ bool outside(const Point2D& p, float width, float height) {
     return p.x() < 0.0f || p.x() >= width || p.y() < 0.0f || p.y() >= height;
 }
 
-bool hasNan(const Point2D& p) { return std::isnan(p.x()) || std::isnan(p.y()); }
+bool hasNan(const Point2D& p) {
+    return std::isnan(p.x()) || std::isnan(p.y());
+}
 
 // Clamps one end onto the rectangle along `line`; the targets are the last
 // pixel column and row, not width and height.
@@ -120,8 +124,9 @@ void clampEnd(Point2D& q, const Line2D& line, float width, float height) {
 } // namespace
 
 bool boundLine(Point2D& p1, Point2D& p2, float width, float height) {
-    // A NaN coordinate cannot be placed on either side of anything.
-    if (hasNan(p1) || hasNan(p2)) {
+    // A NaN coordinate or size cannot be placed on either side of anything;
+    // every comparison would say "inside" and hand NaN on to the caller.
+    if (hasNan(p1) || hasNan(p2) || std::isnan(width) || std::isnan(height)) {
         return false;
     }
     // The outcode compares the integer part of a coordinate with the size;
@@ -138,8 +143,7 @@ bool boundLine(Point2D& p1, Point2D& p2, float width, float height) {
     if (code == 0) {
         return true;
     }
-    if ((code & 3u) == 3u || (code & 12u) == 12u || (code & 48u) == 48u ||
-        (code & 192u) == 192u) {
+    if ((code & 3u) == 3u || (code & 12u) == 12u || (code & 48u) == 48u || (code & 192u) == 192u) {
         return false;
     }
 
@@ -157,17 +161,13 @@ bool boundLine(Point2D& p1, Point2D& p2, float width, float height) {
 }
 
 bool testPoint(float x1, float y1, float x2, float y2, const Point2D& p) {
-    if (x2 > x1) {
-        if (x1 > p.x() || p.x() > x2) {
-            return false;
-        }
-    } else if (x2 > p.x() || p.x() > x1) {
+    // Written as "lies between" rather than "is not beyond" so that a NaN,
+    // which compares false with everything, is never inside the box.
+    const bool xInside = x2 > x1 ? x1 <= p.x() && p.x() <= x2 : x2 <= p.x() && p.x() <= x1;
+    if (!xInside) {
         return false;
     }
-    if (y2 > y1) {
-        return !(y1 > p.y() || p.y() > y2);
-    }
-    return !(y2 > p.y() || p.y() > y1);
+    return y2 > y1 ? y1 <= p.y() && p.y() <= y2 : y2 <= p.y() && p.y() <= y1;
 }
 
 } // namespace GeometryUtils

@@ -20,13 +20,16 @@ Point2D calculateCenterOfMass(const std::vector<Point2D>& points);
 // Unweighted centroid with mass 1; (0, 0) with mass 0 when empty.
 Point2D calculateMean(const std::vector<Point2D>& points);
 
-// Clips the segment p1-p2 to 0 <= x <= width - 1, 0 <= y <= height - 1 by
-// sliding its ends along the line. On false p1 and p2 are left untouched.
-// Non-finite coordinates that cannot be clipped fail.
+// Clips the segment p1-p2 to the picture by sliding its ends along the line.
+// An end that is moved lands on the last pixel column or row (width - 1,
+// height - 1); an end whose integer part is already inside stays as it is. A
+// true result leaves finite ends in [0, width) x [0, height); on false p1 and
+// p2 are left untouched. A NaN coordinate, width or height fails, and so does
+// an infinite coordinate that cannot be slid onto the rectangle.
 bool boundLine(Point2D& p1, Point2D& p2, float width, float height);
 
 // True when p lies in the closed box spanned by (x1, y1) and (x2, y2), the
-// corners given in either order.
+// corners given in either order. A NaN anywhere gives false.
 bool testPoint(float x1, float y1, float x2, float y2, const Point2D& p);
 
 // Walks the segments a and b in lock-step, calling callback(p, q) at the

@@ -37,9 +37,11 @@ bool Image::sampleColumn(unsigned x, std::vector<unsigned char>& out) const {
         return false;
     }
     out.resize(height_);
-    const unsigned char* pixel = data_ + x;
-    for (unsigned y = 0; y < height_; ++y, pixel += width_) {
-        out[y] = *pixel;
+    // Index arithmetic in size_t: a pointer stepped by width would be formed
+    // past the end of the buffer after the last row.
+    std::size_t index = x;
+    for (unsigned y = 0; y < height_; ++y, index += width_) {
+        out[y] = data_[index];
     }
     return true;
 }

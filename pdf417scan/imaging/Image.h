@@ -27,8 +27,11 @@ public:
                     std::vector<unsigned char>& out) const override;
 
 private:
+    // Negative coordinates are refused before the unsigned comparison: on a
+    // picture wider or taller than INT_MAX they would otherwise wrap inside it.
     bool contains(int x, int y) const {
-        return static_cast<unsigned>(x) < width_ && static_cast<unsigned>(y) < height_;
+        return x >= 0 && y >= 0 && static_cast<unsigned>(x) < width_ &&
+               static_cast<unsigned>(y) < height_;
     }
     unsigned char& at(unsigned x, unsigned y) const {
         return data_[static_cast<std::size_t>(y) * width_ + x];

@@ -10,6 +10,12 @@ namespace pdf417 {
 class ImageRotate90 : public IImage {
 public:
     explicit ImageRotate90(IImage& image) : image_(image) {}
+    // Built from another view, a view wraps it (one more quarter turn). The
+    // implicit copy would win overload resolution over the IImage& form and
+    // silently give a view turned only once.
+    explicit ImageRotate90(ImageRotate90& view) : image_(view) {}
+    ImageRotate90(const ImageRotate90&) = delete;
+    ImageRotate90& operator=(const ImageRotate90&) = delete;
 
     unsigned width() const override { return image_.height(); }
     unsigned height() const override { return image_.width(); }

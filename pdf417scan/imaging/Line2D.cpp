@@ -18,6 +18,11 @@ void Line2D::normalize() {
 }
 
 bool Line2D::intersect(const Line2D& l1, const Line2D& l2, Point2D& out) {
+    // A line with a non-finite coefficient is no line; refuse it here rather
+    // than hope the arithmetic turns it into NaN.
+    if (!l1.isFinite() || !l2.isFinite()) {
+        return false;
+    }
     float x;
     float y;
     if (std::fabs(l1.a_) > std::fabs(l1.b_)) {

@@ -2,6 +2,8 @@
 
 #include "pdf417scan/imaging/Point2D.h"
 
+#include <cmath>
+
 namespace pdf417 {
 
 // The line A·x + B·y + C = 0. Coefficients are kept as given; only
@@ -24,11 +26,15 @@ public:
 
     void normalize();
 
-    // Divides by the larger coefficient of l1. Only a NaN result fails: two
-    // parallel slanted lines meet "at infinity" and that point is returned.
+    // Divides by the larger coefficient of l1. Fails, leaving out unchanged,
+    // when a coefficient is NaN or infinite or the result is NaN. An infinite
+    // result is not refused: two parallel slanted lines meet "at infinity"
+    // and that point is returned.
     static bool intersect(const Line2D& l1, const Line2D& l2, Point2D& out);
 
 private:
+    bool isFinite() const { return std::isfinite(a_) && std::isfinite(b_) && std::isfinite(c_); }
+
     float a_;
     float b_;
     float c_;

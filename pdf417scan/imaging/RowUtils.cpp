@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <limits>
 
 namespace pdf417 {
 namespace RowUtils {
@@ -46,9 +47,12 @@ void filter(std::vector<short>& runs, unsigned long maxLength) {
     }
     for (std::size_t i = 1; i < runs.size(); ++i) {
         const unsigned long length = static_cast<unsigned long>(std::abs(runs[i]));
-        const bool disagrees = (runs[i - 1] < 0 && runs[i] >= 1) || (runs[i - 1] >= 0 && runs[i] < 0);
+        const bool disagrees =
+            (runs[i - 1] < 0 && runs[i] >= 1) || (runs[i - 1] >= 0 && runs[i] < 0);
         if (length <= maxLength && disagrees) {
-            runs[i] = static_cast<short>(-runs[i]);
+            // -32768 has no positive counterpart in 16 bits; it would stay
+            // dark. squeeze never makes it, but callers may.
+            runs[i] = runs[i] == -32768 ? short{32767} : static_cast<short>(-runs[i]);
         }
     }
     std::size_t j = 0;
@@ -56,7 +60,8 @@ void filter(std::vector<short>& runs, unsigned long maxLength) {
         if ((runs[j] < 0) == (runs[i] < 0)) {
             // Same colour: merge, saturating like squeeze does.
             const int merged = runs[j] + runs[i];
-            runs[j] = static_cast<short>(merged > 32767 ? 32767 : (merged < -32767 ? -32767 : merged));
+            runs[j] =
+                static_cast<short>(merged > 32767 ? 32767 : (merged < -32767 ? -32767 : merged));
         } else {
             runs[++j] = runs[i];
         }
@@ -64,20 +69,32 @@ void filter(std::vector<short>& runs, unsigned long maxLength) {
     runs.resize(j + 1);
 }
 
+namespace {
+
+// The count runs in size_t so that it cannot wrap round on a row longer than
+// unsigned int can count; such a count is reported as the largest value.
+unsigned int clampCount(std::size_t count) {
+    return count > std::numeric_limits<unsigned int>::max()
+               ? std::numeric_limits<unsigned int>::max()
+               : static_cast<unsigned int>(count);
+}
+
+} // namespace
+
 unsigned int findWhite(const std::vector<unsigned char>& row, unsigned char threshold) {
-    unsigned int count = 0;
+    std::size_t count = 0;
     while (count < row.size() && row[count] <= threshold) {
         ++count;
     }
-    return count;
+    return clampCount(count);
 }
 
 unsigned int findBlack(const std::vector<unsigned char>& row, unsigned char threshold) {
-    unsigned int count = 0;
+    std::size_t count = 0;
     while (count < row.size() && row[count] >= threshold) {
         ++count;
     }
-    return count;
+    return clampCount(count);
 }
 
 float calculateMean(const std::vector<unsigned char>& row) {

@@ -16,6 +16,7 @@ void squeeze(const std::vector<unsigned char>& row, std::vector<short>& runs,
              unsigned char threshold);
 
 // Merges runs no longer than maxLength into the colour of the run before them.
+// Merged runs saturate at ±32767 like squeeze's.
 void filter(std::vector<short>& runs, unsigned long maxLength);
 
 // Number of leading samples at or below threshold (the row's size if all are).
