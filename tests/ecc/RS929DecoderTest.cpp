@@ -74,7 +74,7 @@ bool withinCapacity(std::size_t k, std::size_t errors, std::size_t erasures) {
 }
 
 int trialsFor(unsigned level) {
-    const int trials[] = {40, 200, 200, 200, 100, 40, 16, 6, 4};
+    const int trials[] = {30, 120, 120, 100, 60, 24, 10, 5, 3};
     return trials[level];
 }
 
@@ -118,7 +118,7 @@ TEST(RS929Decoder, BeyondCapacityRefusesOrReturnsACodeword) {
     for (unsigned level = 0; level < 9; ++level) {
         const std::size_t k = ecCount(level);
         int accepted = 0, wrong = 0;
-        const int trials = 5 * trialsFor(level);
+        const int trials = 3 * trialsFor(level);
         for (int trial = 0; trial < trials; ++trial) {
             const std::size_t n = std::min<std::size_t>(928, k + 1 + rng() % 300);
             const Poly original = randomCodeword(rng, level, n);
