@@ -3,6 +3,7 @@
 // nothing else in the program is affected.
 #include "pdf417scan/ecc/RS929Decoder.h"
 #include "pdf417scan/ecc/RS929Encoder.h"
+#include "tests/support/RandomCodewords.h"
 
 #include <gtest/gtest.h>
 
@@ -41,10 +42,6 @@ __attribute__((noinline)) void operator delete(void* p, std::size_t) noexcept {
 namespace pdf417 {
 namespace {
 
-G929Value gf(unsigned v) {
-    return G929Value(static_cast<unsigned short>(v));
-}
-
 // After a first call has sized the working vectors, decoding another word of
 // the same level and length touches no heap, whatever the damage.
 TEST(RS929DecoderAllocation, NoAllocationAfterTheFirstCall) {
@@ -52,11 +49,7 @@ TEST(RS929DecoderAllocation, NoAllocationAfterTheFirstCall) {
     RS929Decoder decoder;
     for (unsigned level : {2u, 5u, 8u}) {
         const std::size_t k = static_cast<std::size_t>(_ecs[level]);
-        std::vector<G929Value> data(928 - k), original;
-        for (G929Value& d : data) {
-            d = gf(rng() % 929);
-        }
-        RS929Encoder::encode(data, original, level);
+        const std::vector<G929Value> original = test::randomCodeword(rng, level, 928);
         std::vector<G929Value> word;
         std::vector<unsigned long> positions;
         word.reserve(928);
@@ -72,7 +65,7 @@ TEST(RS929DecoderAllocation, NoAllocationAfterTheFirstCall) {
             }
             for (std::size_t i = 0; i < errors + erasures; ++i) {
                 const std::size_t p = (7 * i + static_cast<std::size_t>(call)) % 928;
-                word[927 - p] = gf((word[927 - p].value() + 1) % 929);
+                word[927 - p] = test::gf((word[927 - p].value() + 1) % 929);
                 if (i >= errors) {
                     positions.push_back(p);
                 }

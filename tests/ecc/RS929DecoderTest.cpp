@@ -1,6 +1,6 @@
 #include "pdf417scan/ecc/RS929Decoder.h"
-#include "pdf417scan/ecc/G929Polynomial.h"
 #include "pdf417scan/ecc/RS929Encoder.h"
+#include "tests/support/RandomCodewords.h"
 
 #include <gtest/gtest.h>
 
@@ -14,31 +14,12 @@ namespace pdf417 {
 namespace {
 
 using Poly = std::vector<G929Value>;
-
-G929Value gf(unsigned v) {
-    return G929Value(static_cast<unsigned short>(v));
-}
+using test::gf;
+using test::randomCodeword;
+using test::syndromesZero;
 
 std::size_t ecCount(unsigned level) {
     return static_cast<std::size_t>(_ecs[level]);
-}
-
-bool syndromesZero(const Poly& word, std::size_t k) {
-    for (std::size_t i = 1; i <= k; ++i) {
-        if (G929Polynomial::calc(word, gf(3).pow(i)) != gf(0)) {
-            return false;
-        }
-    }
-    return true;
-}
-
-Poly randomCodeword(std::mt19937& rng, unsigned level, std::size_t n) {
-    Poly data, word;
-    for (std::size_t i = 0; i + ecCount(level) < n; ++i) {
-        data.push_back(gf(rng() % 929));
-    }
-    RS929Encoder::encode(data, word, level);
-    return word;
 }
 
 // Changes `errors` codewords without saying where and gives `erasures` more

@@ -1,5 +1,6 @@
 #include "pdf417scan/ecc/RS929Encoder.h"
 #include "pdf417scan/ecc/G929Polynomial.h"
+#include "tests/support/RandomCodewords.h"
 #include "tests/support/ZintPdf417.h"
 
 #include <gtest/gtest.h>
@@ -17,19 +18,8 @@ namespace pdf417 {
 namespace {
 
 using Poly = std::vector<G929Value>;
-
-G929Value gf(unsigned v) {
-    return G929Value(static_cast<unsigned short>(v));
-}
-
-bool syndromesZero(const Poly& word, std::size_t k) {
-    for (std::size_t i = 1; i <= k; ++i) {
-        if (G929Polynomial::calc(word, gf(3).pow(i)) != gf(0)) {
-            return false;
-        }
-    }
-    return true;
-}
+using test::gf;
+using test::syndromesZero;
 
 TEST(RS929Encoder, GeneratorTables) {
     EXPECT_EQ(_ecw0[0].value(), 917);

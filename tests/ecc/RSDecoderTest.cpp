@@ -1,7 +1,7 @@
 #include "pdf417scan/ecc/RSDecoder.h"
-#include "pdf417scan/ecc/G929Polynomial.h"
 #include "pdf417scan/ecc/RS929Decoder.h"
 #include "pdf417scan/ecc/RS929Encoder.h"
+#include "tests/support/RandomCodewords.h"
 
 #include <gtest/gtest.h>
 
@@ -16,22 +16,14 @@ namespace pdf417 {
 namespace {
 
 using Poly = std::vector<G929Value>;
-
-G929Value gf(unsigned v) {
-    return G929Value(static_cast<unsigned short>(v));
-}
+using test::gf;
 
 std::vector<int> randomCodeword(std::mt19937& rng, unsigned level, std::size_t n) {
-    Poly data, word;
-    for (std::size_t i = 0; i + static_cast<std::size_t>(_ecs[level]) < n; ++i) {
-        data.push_back(gf(rng() % 929));
+    std::vector<int> word;
+    for (const G929Value& c : test::randomCodeword(rng, level, n)) {
+        word.push_back(c.value());
     }
-    RS929Encoder::encode(data, word, level);
-    std::vector<int> v;
-    for (const G929Value& c : word) {
-        v.push_back(c.value());
-    }
-    return v;
+    return word;
 }
 
 bool isCodeword(const std::vector<int>& word, std::size_t k) {
@@ -39,12 +31,7 @@ bool isCodeword(const std::vector<int>& word, std::size_t k) {
     for (int v : word) {
         p.push_back(gf(static_cast<unsigned>(v)));
     }
-    for (std::size_t i = 1; i <= k; ++i) {
-        if (G929Polynomial::calc(p, gf(3).pow(i)) != gf(0)) {
-            return false;
-        }
-    }
-    return true;
+    return test::syndromesZero(p, k);
 }
 
 // Runs the decoder with standard output captured into `printed`.
