@@ -1,0 +1,238 @@
+#include "pdf417scan/ecc/RS929Decoder.h"
+#include "pdf417scan/ecc/RS929Encoder.h"
+#include "tests/support/RandomCodewords.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdio>
+#include <random>
+#include <set>
+#include <vector>
+
+namespace pdf417 {
+namespace {
+
+using Poly = std::vector<G929Value>;
+using test::gf;
+using test::randomCodeword;
+using test::syndromesZero;
+
+std::size_t ecCount(unsigned level) {
+    return static_cast<std::size_t>(_ecs[level]);
+}
+
+// Changes `errors` codewords without saying where and gives `erasures` more
+// positions as erasures (their codewords overwritten with anything, possibly
+// the same value). Returns every damaged position.
+std::set<unsigned long> damage(std::mt19937& rng, Poly& word, std::size_t errors,
+                               std::size_t erasures, std::vector<unsigned long>& positions) {
+    std::set<unsigned long> hit;
+    positions.clear();
+    while (hit.size() < errors + erasures) {
+        const unsigned long p = rng() % word.size();
+        if (!hit.insert(p).second) {
+            continue;
+        }
+        G929Value& c = word[word.size() - 1 - p];
+        if (hit.size() <= errors) {
+            c = gf((c.value() + 1 + rng() % 928) % 929);
+        } else {
+            c = gf(rng() % 929);
+            positions.push_back(p);
+        }
+    }
+    return hit;
+}
+
+// The capacity rule: one spare codeword for fewer than four errors.
+bool withinCapacity(std::size_t k, std::size_t errors, std::size_t erasures) {
+    if (erasures + 2 > k) {
+        return false;
+    }
+    const std::size_t limit = k - (errors < 4 && k > 2 ? 3 : 2);
+    return 2 * errors + erasures <= limit;
+}
+
+int trialsFor(unsigned level) {
+    const int trials[] = {30, 120, 120, 100, 60, 24, 10, 5, 3};
+    return trials[level];
+}
+
+TEST(RS929Decoder, RoundTripsWithinCapacityAtEveryLevel) {
+    std::mt19937 rng(2024);
+    RS929Decoder decoder;
+    std::vector<unsigned long> positions;
+    for (unsigned level = 0; level < 9; ++level) {
+        const std::size_t k = ecCount(level);
+        for (int trial = 0; trial < trialsFor(level); ++trial) {
+            const std::size_t n = k + 1 + rng() % (928 - k);
+            const Poly original = randomCodeword(rng, level, n);
+            ASSERT_TRUE(syndromesZero(original, k));
+            std::size_t errors, erasures;
+            do {
+                erasures = rng() % (k - 1);
+                errors = rng() % ((k - erasures) / 2 + 1);
+            } while (!withinCapacity(k, errors, erasures) || errors + erasures > n);
+            Poly word = original;
+            const std::set<unsigned long> hit = damage(rng, word, errors, erasures, positions);
+            ASSERT_TRUE(decoder.decode(word, positions, level))
+                << "level " << level << " n " << n << " errors " << errors << " erasures "
+                << erasures;
+            ASSERT_EQ(word, original);
+            if (hit.empty()) {
+                ASSERT_TRUE(positions.empty());
+            } else {
+                ASSERT_EQ(std::set<unsigned long>(positions.begin(), positions.end()), hit);
+                ASSERT_EQ(positions.size(), hit.size());
+            }
+        }
+    }
+}
+
+// Past its capacity the decoder refuses, or returns a word whose syndromes
+// are all zero: a miscorrection into another codeword, counted here.
+TEST(RS929Decoder, BeyondCapacityRefusesOrReturnsACodeword) {
+    std::mt19937 rng(77);
+    RS929Decoder decoder;
+    std::vector<unsigned long> positions;
+    for (unsigned level = 0; level < 9; ++level) {
+        const std::size_t k = ecCount(level);
+        int accepted = 0, wrong = 0;
+        const int trials = 3 * trialsFor(level);
+        for (int trial = 0; trial < trials; ++trial) {
+            const std::size_t n = std::min<std::size_t>(928, k + 1 + rng() % 300);
+            const Poly original = randomCodeword(rng, level, n);
+            std::size_t errors, erasures;
+            do {
+                erasures = rng() % (k - 1);
+                errors = 1 + rng() % (k / 2 + 2);
+            } while (withinCapacity(k, errors, erasures) || errors + erasures > n);
+            Poly word = original;
+            damage(rng, word, errors, erasures, positions);
+            if (decoder.decode(word, positions, level)) {
+                ++accepted;
+                ASSERT_TRUE(syndromesZero(word, k));
+                wrong += word != original;
+                for (unsigned long p : positions) {
+                    ASSERT_LT(p, n);
+                }
+            }
+        }
+        std::printf("level %u: %d of %d words beyond capacity accepted, %d miscorrected\n", level,
+                    accepted, trials, wrong);
+    }
+}
+
+TEST(RS929Decoder, DocumentedEdgeCases) {
+    std::mt19937 rng(8);
+    RS929Decoder decoder;
+    std::vector<unsigned long> positions;
+    auto run = [&](unsigned level, std::size_t errors, std::size_t erasures, bool expectOk) {
+        const Poly original = randomCodeword(rng, level, 60);
+        Poly word = original;
+        damage(rng, word, errors, erasures, positions);
+        const Poly before = word;
+        const std::vector<unsigned long> erasuresIn = positions;
+        const bool ok = decoder.decode(word, positions, level);
+        EXPECT_EQ(ok, expectOk) << "level " << level << " errors " << errors << " erasures "
+                                << erasures;
+        if (ok) {
+            EXPECT_EQ(word, original);
+        } else {
+            EXPECT_EQ(word, before);
+            EXPECT_EQ(positions, erasuresIn);
+        }
+    };
+    for (int repeat = 0; repeat < 5; ++repeat) {
+        run(0, 0, 1, false);
+        run(0, 1, 0, false);
+        run(1, 1, 0, false);
+        run(1, 0, 1, true);
+        run(1, 0, 2, false);
+        run(2, 2, 0, true);
+        run(2, 3, 0, false);
+        run(3, 7, 0, true);
+        run(3, 8, 0, false);
+        run(3, 1, 10, true);
+        run(2, 0, 7, false); // more than k - 2 erasures
+    }
+
+    Poly word = randomCodeword(rng, 3, 40);
+    const Poly original = word;
+    positions.clear();
+    EXPECT_TRUE(decoder.decode(word, positions, 3));
+    EXPECT_TRUE(positions.empty());
+    // An erasure on a correct codeword is reported and leaves it as it was.
+    positions.assign(1, 5);
+    EXPECT_TRUE(decoder.decode(word, positions, 3));
+    EXPECT_EQ(positions, std::vector<unsigned long>{5});
+    EXPECT_EQ(word, original);
+
+    EXPECT_FALSE(decoder.decode(word, positions, 9));
+    word.resize(16);
+    EXPECT_FALSE(decoder.decode(word, positions, 3));
+}
+
+// Erasure positions the reader would never produce, and invalid codewords:
+// never outside the vectors, and true only for a codeword changed where it
+// says.
+TEST(RS929Decoder, HostileInputStaysInBounds) {
+    std::mt19937 rng(99);
+    RS929Decoder decoder;
+    std::vector<unsigned long> positions;
+    int accepted = 0;
+    for (int trial = 0; trial < 400; ++trial) {
+        const unsigned level = rng() % 5;
+        const std::size_t k = ecCount(level);
+        const std::size_t n = k + 1 + rng() % 120;
+        const Poly original = randomCodeword(rng, level, n);
+        Poly word = original;
+        damage(rng, word, rng() % 3, 0, positions);
+        const std::size_t count = rng() % (k - 1);
+        for (std::size_t i = 0; i < count; ++i) {
+            switch (rng() % 5) {
+            case 0:
+                positions.push_back(n + rng() % 2000);
+                break;
+            case 1:
+                positions.push_back(ULONG_MAX - rng() % 1000);
+                break;
+            case 2:
+                positions.push_back(positions.empty() ? 0 : positions.back());
+                break;
+            case 3:
+                positions.push_back(rng() % n + 928);
+                break;
+            default:
+                positions.push_back(rng() % n);
+                break;
+            }
+        }
+        if (rng() % 4 == 0) {
+            word[rng() % n] = gf(929);
+        }
+        const Poly before = word;
+        if (decoder.decode(word, positions, level)) {
+            ++accepted;
+            ASSERT_TRUE(syndromesZero(word, k));
+            const std::set<unsigned long> fixed(positions.begin(), positions.end());
+            for (std::size_t i = 0; i < n; ++i) {
+                if (!fixed.count(n - 1 - i)) {
+                    ASSERT_EQ(word[i].value(), before[i].value());
+                }
+            }
+        }
+    }
+    EXPECT_GT(accepted, 0);
+
+    // An erased codeword must hold a field value: an invalid one poisons the
+    // syndromes and the decode fails.
+    Poly word = randomCodeword(rng, 3, 40);
+    word[39] = gf(929);
+    positions.assign(1, 0);
+    EXPECT_FALSE(decoder.decode(word, positions, 3));
+}
+
+} // namespace
+} // namespace pdf417
