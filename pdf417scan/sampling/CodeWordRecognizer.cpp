@@ -69,9 +69,10 @@ CodeWord CodeWordRecognizer::decode(const std::vector<short>& runs, unsigned lon
         if (x < limits[0] || x >= limits[8]) {
             return CodeWord();
         }
+        // The smallest j + 1 with x < T(j), counted without branches.
         int modules = 2;
-        while (x >= limits[modules - 1]) {
-            ++modules;
+        for (int j = 1; j < 8; ++j) {
+            modules += x >= limits[j] ? 1 : 0;
         }
         e[i] = modules;
     }
@@ -104,12 +105,18 @@ CodeWord CodeWordRecognizer::decode(const std::vector<short>& runs, unsigned lon
     default:
         return CodeWord();
     }
-    const std::uint32_t* end = keys + std::size(cluster_1_keys);
-    const std::uint32_t* found = std::lower_bound(keys, end, key);
-    if (found == end || *found != key) {
+    // Lower bound without branches, the comparisons of a key search being
+    // unpredictable. It ends with the key at `first` if the table holds it.
+    std::size_t first = 0;
+    for (std::size_t length = std::size(cluster_1_keys); length > 1;) {
+        const std::size_t half = length / 2;
+        first = keys[first + half - 1] < key ? first + half : first;
+        length -= half;
+    }
+    if (keys[first] != key) {
         return CodeWord();
     }
-    return CodeWord(codes[found - keys], index);
+    return CodeWord(codes[first], index);
 }
 
 } // namespace pdf417
