@@ -15,17 +15,25 @@ namespace {
 std::atomic<long> allocations{0};
 } // namespace
 
-void* operator new(std::size_t size) {
+// Kept out of line: GCC would otherwise see free() meet operator new's
+// pointer and call it a mismatch.
+#if defined(__GNUC__)
+#define PDF417_TEST_NOINLINE __attribute__((noinline))
+#else
+#define PDF417_TEST_NOINLINE
+#endif
+
+PDF417_TEST_NOINLINE void* operator new(std::size_t size) {
     ++allocations;
     if (void* p = std::malloc(size == 0 ? 1 : size)) {
         return p;
     }
     throw std::bad_alloc();
 }
-void operator delete(void* p) noexcept {
+PDF417_TEST_NOINLINE void operator delete(void* p) noexcept {
     std::free(p);
 }
-void operator delete(void* p, std::size_t) noexcept {
+PDF417_TEST_NOINLINE void operator delete(void* p, std::size_t) noexcept {
     std::free(p);
 }
 
