@@ -17,67 +17,49 @@ namespace pdf417 {
 namespace {
 
 const std::string LETTERS = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
-// Characters only the Mixed or the Punctuation submode can write.
+const std::string DIGITS = "0123456789";
+// Characters only the Mixed or the Punctuation submode can write, and both.
 const std::string MIXED_ONLY = "&#+%=^";
 const std::string PUNCT_ONLY = ";<>@[\\]_`~!\"|(){}?'\n";
 const std::string BOTH = "\r\t,:-.$/*";
 
 class Corpus {
 public:
-    explicit Corpus(unsigned seed) : rng_(seed) {}
+    explicit Corpus(unsigned seed) : rng_(seed) {
+        for (int b = 0; b < 256; ++b) {
+            bytes_ += static_cast<char>(b);
+        }
+    }
 
-    // Words of mixed case with punctuation, short digit runs and white space.
+    std::string pick(const std::string& from, std::size_t count) {
+        std::string s;
+        for (std::size_t i = 0; i < count; ++i) {
+            s += from[rng_() % from.size()];
+        }
+        return s;
+    }
+    std::string digits(std::size_t count) { return pick(DIGITS, count); }
+    std::string bytes(std::size_t count) { return pick(bytes_, count); }
+
+    // Words of mixed case, punctuation and short digit runs between white
+    // space and punctuation.
     std::string text() {
         std::string s;
-        const std::size_t words = 1 + rng_() % 20;
-        for (std::size_t w = 0; w < words; ++w) {
-            switch (rng_() % 6) {
-            case 0:
-                s += digits(1 + rng_() % 8);
-                break;
-            case 1:
-                s += pick(MIXED_ONLY + PUNCT_ONLY + BOTH, 1 + rng_() % 3);
-                break;
-            default:
-                s += pick(LETTERS, 1 + rng_() % 9);
-                break;
-            }
+        for (std::size_t w = 1 + rng_() % 20; w > 0; --w) {
+            const unsigned kind = rng_() % 6;
+            s += kind == 0   ? digits(1 + rng_() % 8)
+                 : kind == 1 ? pick(MIXED_ONLY + PUNCT_ONLY + BOTH, 1 + rng_() % 3)
+                             : pick(LETTERS, 1 + rng_() % 9);
             s += pick(" ,.;:-\n\r\t!?", 1);
-        }
-        return s;
-    }
-
-    std::string digits(std::size_t count) {
-        std::string s;
-        for (std::size_t i = 0; i < count; ++i) {
-            s += static_cast<char>('0' + rng_() % 10);
-        }
-        return s;
-    }
-
-    std::string bytes(std::size_t count) {
-        std::string s;
-        for (std::size_t i = 0; i < count; ++i) {
-            s += static_cast<char>(rng_() % 256);
         }
         return s;
     }
 
     std::string mixture() {
         std::string s;
-        const std::size_t parts = 2 + rng_() % 4;
-        for (std::size_t p = 0; p < parts; ++p) {
-            switch (rng_() % 3) {
-            case 0:
-                s += text();
-                break;
-            case 1:
-                s += digits(1 + rng_() % 60);
-                break;
-            default:
-                s += bytes(1 + rng_() % 20);
-                break;
-            }
+        for (std::size_t part = 2 + rng_() % 4; part > 0; --part) {
+            const unsigned kind = rng_() % 3;
+            s += kind == 0 ? text() : kind == 1 ? digits(1 + rng_() % 60) : bytes(1 + rng_() % 20);
         }
         return s;
     }
@@ -86,15 +68,8 @@ public:
     std::mt19937& rng() { return rng_; }
 
 private:
-    std::string pick(const std::string& from, std::size_t count) {
-        std::string s;
-        for (std::size_t i = 0; i < count; ++i) {
-            s += from[rng_() % from.size()];
-        }
-        return s;
-    }
-
     std::mt19937 rng_;
+    std::string bytes_;
 };
 
 struct Coverage {

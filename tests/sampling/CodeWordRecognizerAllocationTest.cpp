@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <new>
@@ -57,12 +58,11 @@ TEST(CodeWordRecognizer, AllocatesNothingOnceGrown) {
     stretches.push_back({0, 255, 0, 255, 0, 255, 0});
     ASSERT_GT(stretches.size(), 2787u);
 
+    // Grow the buffers on the longest stretch first.
     CodeWordRecognizer recognizer;
-    std::size_t longest = 0;
-    for (std::size_t i = 0; i < stretches.size(); ++i) {
-        longest = stretches[i].size() > stretches[longest].size() ? i : longest;
-    }
-    recognizer.recognize(stretches[longest]);
+    recognizer.recognize(
+        *std::max_element(stretches.begin(), stretches.end(),
+                          [](const auto& a, const auto& b) { return a.size() < b.size(); }));
 
     const long before = allocations.load();
     int valid = 0;

@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <map>
 #include <random>
 
 namespace pdf417 {
@@ -143,28 +141,18 @@ TEST(CodeWordRecognizer, RefusesFlatShortAndMalformedStretches) {
             << q.cluster << "/" << q.value;
     }
     // Start and stop patterns, a bar wider than 9.5 modules, five bars.
-    const std::array<int, 8> start = {8, 1, 1, 1, 1, 1, 1, 3};
-    const std::vector<int> stop = {7, 1, 1, 3, 1, 1, 1, 2, 1};
-    std::vector<std::uint8_t> stopBits;
-    for (std::size_t i = 0; i < stop.size(); ++i) {
-        stopBits.insert(stopBits.end(), static_cast<std::size_t>(stop[i]), i % 2 == 0 ? 1 : 0);
-    }
-    const std::array<int, 8> wide = {10, 1, 1, 1, 1, 1, 1, 1};
-    std::vector<std::uint8_t> fiveBars = {1, 0, 1, 0, 1, 1, 0, 0, 1, 0, 1, 1, 1, 0, 0, 0, 0};
+    const std::vector<std::uint8_t> malformed[] = {
+        test::patternModules({8, 1, 1, 1, 1, 1, 1, 3}),
+        {1, 1, 1, 1, 1, 1, 1, 0, 1, 0, 0, 0, 1, 0, 1, 0, 0, 1}, // stop
+        test::patternModules({10, 1, 1, 1, 1, 1, 1, 1}),
+        {1, 0, 1, 0, 1, 1, 0, 0, 1, 0, 1, 1, 1, 0, 0, 0, 0}};
     for (const double ppm : {2.0, 3.0, 4.5, 6.0}) {
         style.pixelsPerModule = ppm;
-        EXPECT_FALSE(
-            recognizer
-                .recognize(test::renderModuleLine(test::patternModules(start), 0, 17, style, rng))
-                .isValid());
-        EXPECT_FALSE(
-            recognizer.recognize(test::renderModuleLine(stopBits, 0, 18, style, rng)).isValid());
-        EXPECT_FALSE(
-            recognizer
-                .recognize(test::renderModuleLine(test::patternModules(wide), 0, 17, style, rng))
-                .isValid());
-        EXPECT_FALSE(
-            recognizer.recognize(test::renderModuleLine(fiveBars, 0, 17, style, rng)).isValid());
+        for (const auto& bits : malformed) {
+            const double length = static_cast<double>(bits.size());
+            EXPECT_FALSE(recognizer.recognize(test::renderModuleLine(bits, 0, length, style, rng))
+                             .isValid());
+        }
     }
 }
 
@@ -214,7 +202,13 @@ TEST(CodeWordRecognizer, DecodeMeasuresDistancesInWholeModules) {
     EXPECT_FALSE(recognizer.decode({0, 0, 0, 0, 0, 0, 0, 0}, 17).isValid());
     EXPECT_FALSE(recognizer.decode({-32768, 32767, -32768, 32767, -32768, 32767, -32768, 32767}, 17)
                      .isValid());
-    // E = 2,7,7,2,2,7: a negative cluster number matches nothing.
+    // Codeword 0 of cluster 0 has E = 4,2,2,2,2,4. Widening its first or
+    // seventh run moves the cluster number off 0, 3 and 6; E = 2,7,7,2,2,7
+    // gives a negative one. None of them is read.
+    for (const short k : {1, 2, 4, 5}) {
+        EXPECT_FALSE(recognizer.decode({short(-3 - k), 1, -1, 1, -1, 1, -3, 6}, 17).isValid());
+        EXPECT_FALSE(recognizer.decode({-3, 1, -1, 1, -1, 1, short(-3 - k), 6}, 17).isValid());
+    }
     EXPECT_FALSE(recognizer.decode({-1, 1, -6, 1, -1, 1, -6, 1}, 17).isValid());
 
     for (const CodewordPattern& p : patterns()) {
@@ -238,77 +232,15 @@ TEST(CodeWordRecognizer, DecodeMeasuresDistancesInWholeModules) {
                 ASSERT_EQ(recognizer.decode(runs, 34), expectedOf(p)) << p.value;
             }
         }
-    }
-}
-
-TEST(CodeWordRecognizer, DecodeUpperLimitIsNineAndAHalfModules) {
-    const CodeWordRecognizer recognizer;
-    int checked = 0;
-    for (const CodewordPattern& p : patterns()) {
-        if (p.widths[0] + p.widths[1] != 9) {
-            continue;
-        }
-        // At 2 samples per module E1 = 17 samples is 8.5 modules, read as 9;
-        // 19 samples is 9.5 modules, too wide.
-        std::vector<short> runs = exactRuns(p, 2);
-        runs[0] = static_cast<short>(runs[0] + 1);
-        EXPECT_EQ(recognizer.decode(runs, 34), expectedOf(p));
-        runs[0] = static_cast<short>(runs[0] - 2);
-        EXPECT_FALSE(recognizer.decode(runs, 34).isValid());
-        ++checked;
-    }
-    EXPECT_GT(checked, 10);
-}
-
-// Any eight runs: a codeword comes out exactly when the rounded distances
-// form a pattern of the cluster they imply, and it is that pattern's value.
-TEST(CodeWordRecognizer, DecodeAgreesWithThePatternTableOnRandomRuns) {
-    std::map<std::uint32_t, CodeWord> byKey;
-    for (const CodewordPattern& p : patterns()) {
-        std::uint32_t key = 0;
-        for (std::size_t i = 0; i < 6; ++i) {
-            key = key << 4 | static_cast<std::uint32_t>(p.widths[i] + p.widths[i + 1]);
-        }
-        byKey[key] = expectedOf(p);
-    }
-    const CodeWordRecognizer recognizer;
-    std::mt19937 rng(31);
-    std::uniform_int_distribution<int> width(1, 6);
-    int valid = 0;
-    int otherClusters = 0;
-    for (int round = 0; round < 50000; ++round) {
-        std::vector<short> runs;
-        int e[7] = {};
-        for (int i = 0; i < 8; ++i) {
-            const int w = width(rng);
-            runs.push_back(static_cast<short>(i % 2 == 0 ? -3 * w : 3 * w));
-            if (i < 7) {
-                e[i] = w;
-            }
-        }
-        std::uint32_t key = 0;
-        int d[6];
-        bool inRange = true;
-        for (int i = 0; i < 6; ++i) {
-            d[i] = e[i] + e[i + 1];
-            inRange = inRange && d[i] <= 9;
-            key = key << 4 | static_cast<std::uint32_t>(d[i]);
-        }
-        const int k = (d[0] - d[1] + d[4] - d[5] + 9) % 9;
-        const CodeWord got = recognizer.decode(runs, 51);
-        const auto found = byKey.find(key);
-        if (!inRange || (k != 0 && k != 3 && k != 6)) {
-            ASSERT_FALSE(got.isValid()) << key;
-            otherClusters += inRange ? 1 : 0;
-        } else if (found == byKey.end()) {
-            ASSERT_FALSE(got.isValid()) << std::hex << key;
-        } else {
-            ASSERT_EQ(got, found->second) << std::hex << key;
-            ++valid;
+        // E1 of 8.5 modules is read as 9; 9.5 modules is too wide.
+        if (p.widths[0] + p.widths[1] == 9) {
+            std::vector<short> runs = exactRuns(p, 2);
+            runs[0] = static_cast<short>(runs[0] + 1);
+            EXPECT_EQ(recognizer.decode(runs, 34), expectedOf(p));
+            runs[0] = static_cast<short>(runs[0] - 2);
+            EXPECT_FALSE(recognizer.decode(runs, 34).isValid());
         }
     }
-    EXPECT_GT(valid, 300);
-    EXPECT_GT(otherClusters, 10000);
 }
 
 } // namespace
