@@ -28,8 +28,13 @@ double barCoverage(const std::vector<std::uint8_t>& modules, double a, double b)
 
 std::vector<unsigned char> renderModuleLine(const std::vector<std::uint8_t>& modules, double from,
                                             double to, const LineStyle& style, std::mt19937& rng) {
+    const double span = (to - from) * style.pixelsPerModule;
+    if (!std::isfinite(span) || !std::isfinite(from) || span > 1e6 ||
+        !(style.pixelsPerModule > 0.0) || !(style.blurSigma >= 0.0 && style.blurSigma < 100.0)) {
+        return {};
+    }
     const double pixel = 1.0 / style.pixelsPerModule;
-    const long count = std::max(0L, std::lround((to - from) * style.pixelsPerModule));
+    const long count = std::max(0L, std::lround(span));
     const long margin = static_cast<long>(std::ceil(3.0 * style.blurSigma)) + 1;
 
     std::vector<double> grey(static_cast<std::size_t>(count + 2 * margin));

@@ -20,6 +20,7 @@ struct LineStyle {
 // `from` and `to` (fractional; positions outside the vector are light):
 // round((to - from) × pixelsPerModule) pixels, each the mean grey of its
 // footprint, then blurred, with noise added, rounded and clamped to 0..255.
+// No samples for non-finite, negative or absurdly large arguments.
 std::vector<unsigned char> renderModuleLine(const std::vector<std::uint8_t>& modules, double from,
                                             double to, const LineStyle& style, std::mt19937& rng);
 
