@@ -1,0 +1,122 @@
+#include "pdf417scan/sampling/CodeWordRecognizer.h"
+
+#include "pdf417scan/imaging/RowUtils.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <iterator>
+
+namespace pdf417 {
+namespace {
+
+#include "pdf417scan/sampling/CodeWordPatterns.inc"
+
+// Niblack weights in the order tried: the plain mean first, then thresholds
+// further and further below and above it.
+constexpr float WEIGHTS[] = {0.0f,  -0.15f, 0.15f, -0.3f, 0.3f,  -0.45f, 0.45f,
+                             -0.6f, 0.6f,   -0.8f, 0.8f,  -1.0f, 1.0f};
+
+// A stretch this flat holds no codeword.
+constexpr float MIN_DEVIATION = 10.0f;
+
+constexpr std::size_t RUNS = 8;
+
+} // namespace
+
+CodeWord CodeWordRecognizer::recognize(const std::vector<unsigned char>& samples) {
+    if (RowUtils::calculateStandardDeviation(samples) < MIN_DEVIATION) {
+        return CodeWord();
+    }
+    // Stands in for a closing space that ran out of the stretch.
+    const short closing = static_cast<short>(std::min<std::size_t>(samples.size() / 17 + 1, 32767));
+    for (const float k : WEIGHTS) {
+        binarizator_.binarize(samples, binary_, 0, k);
+        RowUtils::squeeze(binary_, runs_, 127);
+        // A codeword begins with a bar.
+        if (!runs_.empty() && runs_.front() > 0) {
+            runs_.erase(runs_.begin());
+        }
+        if (runs_.size() == RUNS + 1) {
+            runs_.pop_back();
+        }
+        if (runs_.size() == RUNS - 1) {
+            runs_.push_back(closing);
+        }
+        const CodeWord result = decode(runs_, samples.size());
+        if (result.isValid()) {
+            return result;
+        }
+    }
+    return CodeWord();
+}
+
+CodeWord CodeWordRecognizer::decode(const std::vector<short>& runs, unsigned long width) const {
+    if (runs.size() != RUNS) {
+        return CodeWord();
+    }
+    // Module boundaries at 1.5, 2.5, ... 8.5 modules, and the upper limit 9.5.
+    const float w = static_cast<float>(width);
+    float limits[9];
+    for (int j = 0; j < 8; ++j) {
+        limits[j] = w * (static_cast<float>(j) + 1.5f) / 17.0f;
+    }
+    limits[8] = 9.5f * w / 17.0f;
+
+    int e[6];
+    for (int i = 0; i < 6; ++i) {
+        const float x = static_cast<float>(std::abs(runs[i]) + std::abs(runs[i + 1]));
+        if (x < limits[0] || x >= limits[8]) {
+            return CodeWord();
+        }
+        // The smallest j + 1 with x < T(j), counted without branches.
+        int modules = 2;
+        for (int j = 1; j < 8; ++j) {
+            modules += x >= limits[j] ? 1 : 0;
+        }
+        e[i] = modules;
+    }
+    // Signed remainder on purpose: a negative sum matches no cluster.
+    const int cluster = (e[0] - e[1] + e[4] - e[5] + 9) % 9;
+    std::uint32_t key = 0;
+    for (const int distance : e) {
+        key = key << 4 | (static_cast<std::uint32_t>(distance) & 0xFu);
+    }
+
+    const std::uint32_t* keys = nullptr;
+    const std::uint16_t* codes = nullptr;
+    CodeWord::ECluster index = CodeWord::Cluster0;
+    switch (cluster) {
+    case 0:
+        keys = cluster_1_keys;
+        codes = cluster_1_codes;
+        index = CodeWord::Cluster0;
+        break;
+    case 3:
+        keys = cluster_2_keys;
+        codes = cluster_2_codes;
+        index = CodeWord::Cluster3;
+        break;
+    case 6:
+        keys = cluster_3_keys;
+        codes = cluster_3_codes;
+        index = CodeWord::Cluster6;
+        break;
+    default:
+        return CodeWord();
+    }
+    // Lower bound without branches, the comparisons of a key search being
+    // unpredictable. It ends with the key at `first` if the table holds it.
+    std::size_t first = 0;
+    for (std::size_t length = std::size(cluster_1_keys); length > 1;) {
+        const std::size_t half = length / 2;
+        first = keys[first + half - 1] < key ? first + half : first;
+        length -= half;
+    }
+    if (keys[first] != key) {
+        return CodeWord();
+    }
+    return CodeWord(codes[first], index);
+}
+
+} // namespace pdf417

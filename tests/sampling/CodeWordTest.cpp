@@ -1,0 +1,42 @@
+#include "pdf417scan/sampling/CodeWord.h"
+
+#include <gtest/gtest.h>
+
+namespace pdf417 {
+namespace {
+
+TEST(CodeWord, ValuesClustersAndRowNumbers) {
+    for (unsigned short value = 0; value < 929; ++value) {
+        for (const auto cluster : {CodeWord::Cluster0, CodeWord::Cluster3, CodeWord::Cluster6}) {
+            const CodeWord cw(value, cluster);
+            ASSERT_TRUE(cw.isValid() && cw.code() == value && cw.cluster() == cluster);
+        }
+    }
+    EXPECT_NE(CodeWord(5, CodeWord::Cluster0), CodeWord(5, CodeWord::Cluster3));
+
+    EXPECT_FALSE(CodeWord().isValid());
+    EXPECT_EQ(CodeWord().code(), 999);
+    for (const unsigned short value : {929, 998, 999, 1000, 16383, 65535}) {
+        EXPECT_EQ(CodeWord(value, CodeWord::Cluster3).code(), 999) << value;
+    }
+    // A cluster outside 0-2 leaves the word alone, in the constructor too.
+    CodeWord cw(17, CodeWord::Cluster3);
+    cw.set(18, static_cast<CodeWord::ECluster>(3));
+    EXPECT_EQ(cw, CodeWord(17, CodeWord::Cluster3));
+    EXPECT_EQ(CodeWord(17, static_cast<CodeWord::ECluster>(200)), CodeWord());
+    cw.reset();
+    EXPECT_EQ(cw, CodeWord());
+
+    EXPECT_EQ(CodeWord(65, CodeWord::Cluster3).extractRowNumber(), 7u);
+    for (unsigned long row = 0; row < 90; ++row) {
+        const CodeWord first(static_cast<unsigned short>(30 * (row / 3)),
+                             static_cast<CodeWord::ECluster>(row % 3));
+        const CodeWord last(static_cast<unsigned short>(30 * (row / 3) + 29),
+                            static_cast<CodeWord::ECluster>(row % 3));
+        ASSERT_EQ(first.extractRowNumber(), row);
+        ASSERT_EQ(last.extractRowNumber(), row);
+    }
+}
+
+} // namespace
+} // namespace pdf417
