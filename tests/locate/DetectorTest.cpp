@@ -229,7 +229,7 @@ void expectLocated(std::vector<SymbolCase> cases) {
 }
 
 TEST(DetectorCorners, UprightAndTurnedSymbolsOfManySizes) {
-    auto cases = randomCases(2024, 30, 2.0, 6.0, 0.0, 48.0);
+    auto cases = randomCases(2024, 30, 2.0, 6.0, 0.0, 48.0, 30);
     cases.push_back({3, 5, 6.0, 0.0});
     cases.push_back({90, 1, 2.0, 0.0});
     cases.push_back({8, 28, 2.0, 180.0});
@@ -238,13 +238,13 @@ TEST(DetectorCorners, UprightAndTurnedSymbolsOfManySizes) {
 }
 
 TEST(DetectorCorners, TiltedUpToEightDegrees) {
-    expectLocated(randomCases(88, 24, 2.0, 6.0, 8.0, 120.0));
+    expectLocated(randomCases(88, 24, 2.0, 6.0, 8.0, 120.0, 30));
 }
 
-// Blur, noise and uneven light. Symbols stay under 400 pixels high: the
-// start bar's ends are found by binarising half the bar as one block, and on
-// a long bar the few light samples barely lift the threshold above the
-// bar's noise, so a noisy bar sample passes for its end.
+// Blur, noise up to 6 gray levels and uneven light. Symbols stay under 400
+// pixels high: the start bar's ends are found by binarising half the bar as
+// one block, and on a long bar the few light samples barely lift the
+// threshold above the bar's noise, so a noisy bar sample passes for its end.
 TEST(DetectorCorners, CameraLikeFrames) {
     std::vector<SymbolCase> cases;
     for (auto& c : randomCases(3, 40, 3.0, 5.0, 3.0, 90.0, 12)) {

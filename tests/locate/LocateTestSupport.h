@@ -87,7 +87,7 @@ inline SymbolRenderer::Frame renderCase(const Pdf417Modules& symbol, const Symbo
     options.seed = seed;
     if (c.camera) {
         options.blurSigma = 0.4 + 0.1 * static_cast<double>(seed % 8);
-        options.noiseSigma = 2.0 + static_cast<double>(seed % 7);
+        options.noiseSigma = 2.0 + static_cast<double>(seed % 5);
         options.lighting.gradientX = seed % 2 ? 0.2 : -0.2;
         options.lighting.vignette = 0.2;
         options.ink = 40;
