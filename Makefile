@@ -4,6 +4,7 @@ JOBS ?= $(shell nproc)
 export PDF417SCAN_WERROR ?= $(if $(CI),ON,OFF)
 
 BUILD_PACKAGES := cmake make g++ pkg-config libgtest-dev libbenchmark-dev libzint-dev libstb-dev \
+                  nlohmann-json3-dev \
                   gobjc++ libgnustep-base-dev
 ENSURE := bash scripts/ensure-packages.sh
 
