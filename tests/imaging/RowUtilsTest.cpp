@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <random>
 #include <vector>
@@ -215,6 +216,35 @@ TEST(RowUtils, StatisticsMatchDoublePrecision) {
         ASSERT_EQ(RowUtils::calculateStandardDeviation(row),
                   test::LineReference::standardDeviation(row));
     }
+}
+
+// The word-wise reversal of gray lines against std::reverse at every length
+// up to a few words, and the chunked sum against a plain one, wrapping
+// round 32 bits like it.
+TEST(RowUtils, ReverseAndSumMatchPlainLoops) {
+    std::mt19937 rng(23);
+    for (std::size_t n = 0; n <= 100; ++n) {
+        Row row(n);
+        Runs runs(n);
+        for (std::size_t i = 0; i < n; ++i) {
+            row[i] = static_cast<unsigned char>(rng());
+            runs[i] = static_cast<short>(rng());
+        }
+        Row reversed(row.rbegin(), row.rend());
+        RowUtils::reverse(row);
+        ASSERT_EQ(row, reversed) << n;
+        Runs reversedRuns(runs.rbegin(), runs.rend());
+        RowUtils::reverse(runs);
+        ASSERT_EQ(runs, reversedRuns) << n;
+        std::uint32_t sum = 0;
+        for (const unsigned char v : row) {
+            sum += v;
+        }
+        ASSERT_EQ(RowUtils::sumSamples(row.data(), n), sum);
+    }
+    const Row bright(16843010, 255); // sums to 2^32 + 254
+    EXPECT_EQ(RowUtils::sumSamples(bright.data(), bright.size()), 254u);
+    EXPECT_EQ(RowUtils::calculateMean(bright), 254.0f / 16843010.0f);
 }
 
 TEST(RowUtils, ReverseInPlace) {
