@@ -1,5 +1,7 @@
 #include "pdf417scan/imaging/NiblackBinarizator.h"
 
+#include "pdf417scan/imaging/RowUtils.h"
+
 #include "tests/support/LineReference.h"
 #include "tests/support/RandomLines.h"
 
@@ -147,6 +149,50 @@ TEST(NiblackBinarizator, MatchesTheReferenceBitForBit) {
         ASSERT_EQ(out, expected) << "trial " << trial << ", " << n << " samples, block "
                                  << blockSize << ", k " << k;
     }
+}
+
+// One measurement serves every weight: apply after measure gives what
+// binarize gives, and a one-block deviation is bit for bit the line's
+// standard deviation as RowUtils computes it (the recogniser relies on both).
+TEST(NiblackBinarizator, MeasuresOnceForManyWeights) {
+    std::mt19937 rng(16);
+    NiblackBinarizator b;
+    Row out;
+    Row expected;
+    for (int trial = 0; trial < 1500; ++trial) {
+        const Row in = test::adversarialLine(rng, 1 + rng() % 400, 1 + rng() % 50);
+        const unsigned blockSize = rng() % 3 == 0 ? 0u : static_cast<unsigned>(rng() % 60);
+        // With 60 or fewer samples per block there are often eight or more
+        // blocks, which are summed side by side.
+        b.measure(in, blockSize);
+        // Every block's deviation, bit for bit: a sum added in another order
+        // would show here long before it flips an output byte.
+        const std::size_t block = blockSize == 0 || blockSize > in.size() ? in.size() : blockSize;
+        std::size_t blocks = 0;
+        for (std::size_t start = 0; start < in.size(); start += block, ++blocks) {
+            const Row part(in.begin() + static_cast<std::ptrdiff_t>(start),
+                           in.begin() +
+                               static_cast<std::ptrdiff_t>(std::min(start + block, in.size())));
+            ASSERT_EQ(b.deviation(blocks), RowUtils::calculateStandardDeviation(part));
+            ASSERT_EQ(b.deviation(blocks), test::LineReference::standardDeviation(part));
+        }
+        ASSERT_EQ(b.deviation(blocks), 0.0f);
+        for (int i = 0; i < 4; ++i) {
+            const float k = std::uniform_real_distribution<float>(-1.5f, 1.5f)(rng);
+            b.apply(in, out, k);
+            test::LineReference::binarize(in, expected, blockSize, k);
+            ASSERT_EQ(out, expected) << trial;
+        }
+        // A line of another length is measured afresh, with the same block size.
+        const Row other = test::adversarialLine(rng, in.size() + 1 + rng() % 30, 7);
+        b.apply(other, out, -0.4f);
+        test::LineReference::binarize(other, expected, blockSize, -0.4f);
+        ASSERT_EQ(out, expected) << trial;
+    }
+    b.measure({}, 4);
+    EXPECT_EQ(b.deviation(0), 0.0f);
+    b.apply({}, out, 0.0f);
+    EXPECT_TRUE(out.empty());
 }
 
 } // namespace
