@@ -152,8 +152,9 @@ TEST(NiblackBinarizator, MatchesTheReferenceBitForBit) {
 }
 
 // One measurement serves every weight: apply after measure gives what
-// binarize gives, and a one-block deviation is bit for bit the line's
-// standard deviation as RowUtils computes it (the recogniser relies on both).
+// binarize gives, and each block's deviation is bit for bit its standard
+// deviation as RowUtils computes it (the recogniser relies on both for a
+// one-block line).
 TEST(NiblackBinarizator, MeasuresOnceForManyWeights) {
     std::mt19937 rng(16);
     NiblackBinarizator b;
