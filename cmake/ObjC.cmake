@@ -55,6 +55,16 @@ elseif(PDF417SCAN_OBJC AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
 endif()
 
 if(PDF417SCAN_HAVE_OBJC)
+    # One compiler builds both languages, so unless Objective-C++ was given
+    # flags of its own it takes the C++ ones: otherwise a build configured
+    # with, say, sanitizer flags in CMAKE_CXX_FLAGS would leave the .mm files
+    # uninstrumented.
+    if(NOT CMAKE_OBJCXX_FLAGS)
+        set(CMAKE_OBJCXX_FLAGS "${CMAKE_CXX_FLAGS}")
+        foreach(config IN ITEMS DEBUG RELEASE RELWITHDEBINFO MINSIZEREL)
+            set(CMAKE_OBJCXX_FLAGS_${config} "${CMAKE_CXX_FLAGS_${config}}")
+        endforeach()
+    endif()
     message(STATUS "pdf417scan: building the Objective-C entry")
 else()
     message(STATUS "pdf417scan: no Objective-C++ compiler with a Foundation; Objective-C entry skipped")
