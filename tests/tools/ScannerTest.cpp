@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <stb_image_write.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -320,6 +321,45 @@ TEST(Scanner, JsonLinesParseAndCarryTheExactBytes) {
     ASSERT_EQ(report.size(), 2u) << timedText.out;
     EXPECT_EQ(report[0], messages[0]);
     EXPECT_TRUE(contains(report[1], "median") && contains(report[1], "over 3 runs")) << report[1];
+}
+
+TEST(Scanner, ReadsColourAndGrayInEveryWritableFormat) {
+    ScratchDir dir;
+    ASSERT_TRUE(dir.ok());
+    const std::string message = "Formats: PNG, JPEG, BMP, TGA, PPM";
+    const SymbolRenderer::Frame frame = symbolFrame(message, 480, 320, 9);
+    ASSERT_FALSE(frame.pixels.empty());
+    // Bluish ink on yellowish paper: the channels differ, so the loader
+    // must really turn colour into gray.
+    std::vector<std::uint8_t> rgb;
+    for (const std::uint8_t gray : frame.pixels) {
+        rgb.push_back(gray);
+        rgb.push_back(static_cast<std::uint8_t>(gray * 0.95));
+        rgb.push_back(static_cast<std::uint8_t>(40 + gray * 0.3));
+    }
+    const int w = frame.width;
+    const int h = frame.height;
+    std::vector<std::string> files;
+    const auto add = [&](const std::string& name, bool written) {
+        ASSERT_TRUE(written) << name;
+        files.push_back(dir.file(name));
+    };
+    add("colour.png", stbi_write_png(dir.file("colour.png").c_str(), w, h, 3, rgb.data(), w * 3));
+    add("colour.jpg", stbi_write_jpg(dir.file("colour.jpg").c_str(), w, h, 3, rgb.data(), 90));
+    add("gray.jpg", stbi_write_jpg(dir.file("gray.jpg").c_str(), w, h, 1, frame.pixels.data(), 90));
+    add("colour.bmp", stbi_write_bmp(dir.file("colour.bmp").c_str(), w, h, 3, rgb.data()));
+    add("colour.tga", stbi_write_tga(dir.file("colour.tga").c_str(), w, h, 3, rgb.data()));
+    const std::string header = "P6\n" + std::to_string(w) + " " + std::to_string(h) + "\n255\n";
+    add("colour.ppm",
+        writeFile(dir.file("colour.ppm"), header + std::string(rgb.begin(), rgb.end())));
+
+    const auto run = runScanner(files);
+    EXPECT_EQ(run.exitStatus, 0) << run.err;
+    std::string expected;
+    for (const std::string& file : files) {
+        expected += file + ": " + message + "\n";
+    }
+    EXPECT_EQ(run.out, expected);
 }
 
 TEST(Scanner, OptionsAndUsageErrors) {
