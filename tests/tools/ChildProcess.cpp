@@ -5,9 +5,11 @@
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 
 extern char** environ;
 
@@ -47,10 +49,33 @@ bool makePipe(Fd& read, Fd& write) {
     return true;
 }
 
+// A pseudo-terminal: `master` reads what is written to `slave`.
+bool openTerminal(Fd& master, Fd& slave) {
+    *master.out() = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (master.get() < 0 || ::grantpt(master.get()) != 0 || ::unlockpt(master.get()) != 0) {
+        return false;
+    }
+    const char* name = ::ptsname(master.get());
+    if (name == nullptr) {
+        return false;
+    }
+    *slave.out() = ::open(name, O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (slave.get() < 0) {
+        return false;
+    }
+    // Keep the child's bytes as they are (no newline translation).
+    termios mode;
+    if (::tcgetattr(slave.get(), &mode) == 0) {
+        ::cfmakeraw(&mode);
+        ::tcsetattr(slave.get(), TCSANOW, &mode);
+    }
+    return true;
+}
+
 } // namespace
 
 ChildProcess::Result ChildProcess::run(const std::vector<std::string>& argv,
-                                       const std::string& input) {
+                                       const std::string& input, bool errToTerminal) {
     Result result;
     if (argv.empty()) {
         return result;
@@ -59,8 +84,14 @@ ChildProcess::Result ChildProcess::run(const std::vector<std::string>& argv,
     ::signal(SIGPIPE, SIG_IGN);
 
     Fd inRead, inWrite, outRead, outWrite, errRead, errWrite;
-    if (!makePipe(inRead, inWrite) || !makePipe(outRead, outWrite) ||
-        !makePipe(errRead, errWrite)) {
+    if (!makePipe(inRead, inWrite) || !makePipe(outRead, outWrite)) {
+        return result;
+    }
+    if (errToTerminal) {
+        if (!openTerminal(errRead, errWrite)) {
+            return result;
+        }
+    } else if (!makePipe(errRead, errWrite)) {
         return result;
     }
     posix_spawn_file_actions_t actions;
@@ -112,6 +143,7 @@ ChildProcess::Result ChildProcess::run(const std::vector<std::string>& argv,
             if (got > 0) {
                 sinks[i]->append(buffer, static_cast<std::size_t>(got));
             } else if (got == 0 || errno != EINTR) {
+                // A terminal reports the closed far end as EIO.
                 readers[i]->close();
             }
         }

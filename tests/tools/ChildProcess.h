@@ -19,8 +19,11 @@ public:
         std::string err;
     };
 
-    // argv[0] is the program's path; no shell is involved.
-    static Result run(const std::vector<std::string>& argv, const std::string& input = "");
+    // argv[0] is the program's path; no shell is involved. With
+    // `errToTerminal` the child's standard error is a pseudo-terminal, as
+    // when a person watches it.
+    static Result run(const std::vector<std::string>& argv, const std::string& input = "",
+                      bool errToTerminal = false);
 };
 
 } // namespace test

@@ -137,13 +137,21 @@ TEST(Scanner, ReadsTheBundledSamples) {
     EXPECT_EQ(together.exitStatus, 0) << together.err;
     EXPECT_EQ(together.out, expected);
 
-    // Many files on a pipe: no progress line, since standard error is not a
-    // terminal.
+    // More than 20 files: a progress line, only where a person watches
+    // standard error, and wiped at the end.
     std::vector<std::string> many(21, samples[0].png);
     const auto quiet = runScanner(many);
     EXPECT_EQ(quiet.exitStatus, 0);
     EXPECT_EQ(quiet.err, "");
     EXPECT_EQ(lines(quiet.out).size(), 21u);
+    const auto watched = runScanner(many, "", true);
+    EXPECT_EQ(watched.exitStatus, 0);
+    EXPECT_EQ(watched.out, quiet.out);
+    EXPECT_TRUE(contains(watched.err, "[1/21] " + samples[0].png)) << watched.err;
+    EXPECT_TRUE(contains(watched.err, "[21/21] ")) << watched.err;
+    EXPECT_EQ(watched.err.substr(watched.err.rfind('\r')), "\r\033[K");
+    const auto few = runScanner(std::vector<std::string>(20, samples[0].png), "", true);
+    EXPECT_EQ(few.err, "");
 }
 
 TEST(Scanner, FrameWithoutSymbolExitsOne) {
@@ -227,6 +235,15 @@ TEST(Scanner, UnreadableInputsExitTwoWhileTheOthersAreRead) {
     const std::string cause = json::parse(objects[3]).at("error");
     EXPECT_EQ(cause.rfind("unreadable file: ", 0), 0u) << cause;
     EXPECT_TRUE(json::parse(objects[0]).at("ms").is_null());
+
+    // Under a progress line, a message first wipes it.
+    std::vector<std::string> many(21, samples[0].png);
+    many[10] = missing;
+    const auto watched = runScanner(many, "", true);
+    EXPECT_EQ(watched.exitStatus, 2);
+    EXPECT_EQ(lines(watched.out).size(), 20u);
+    EXPECT_TRUE(contains(watched.err, "\r\033[Kpdf417scan: " + missing + ": cannot open"))
+        << watched.err;
 }
 
 TEST(Scanner, RawFramesFromStandardInputAndFiles) {

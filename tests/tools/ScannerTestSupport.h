@@ -23,10 +23,10 @@ inline std::filesystem::path samplesDir() {
 
 // Runs the scanner with `args`, feeding `input` on standard input.
 inline ChildProcess::Result runScanner(const std::vector<std::string>& args,
-                                       const std::string& input = "") {
+                                       const std::string& input = "", bool errToTerminal = false) {
     std::vector<std::string> argv{scannerPath()};
     argv.insert(argv.end(), args.begin(), args.end());
-    return ChildProcess::run(argv, input);
+    return ChildProcess::run(argv, input, errToTerminal);
 }
 
 // A fresh directory for one test's files, removed with everything in it.
