@@ -23,6 +23,17 @@ elseif(PDF417SCAN_OBJC AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     if(GNUSTEP_CONFIG AND IS_ABSOLUTE "${OBJCXX_FRONT_END}" AND EXISTS "${OBJCXX_FRONT_END}")
         set(CMAKE_OBJCXX_COMPILER ${CMAKE_CXX_COMPILER})
         enable_language(OBJCXX)
+        # CMake has no Linux platform rules for Objective-C++ and takes them
+        # from C, which this project does not enable: without these a shared
+        # pdf417scan_objc would have no soname and its users no rpath.
+        foreach(rule IN ITEMS SHARED_LIBRARY_SONAME SHARED_LIBRARY_RUNTIME
+                              SHARED_LIBRARY_RPATH_LINK EXECUTABLE_RUNTIME EXECUTABLE_RPATH_LINK)
+            foreach(suffix IN ITEMS FLAG FLAG_SEP)
+                if(NOT CMAKE_${rule}_OBJCXX_${suffix} AND DEFINED CMAKE_${rule}_CXX_${suffix})
+                    set(CMAKE_${rule}_OBJCXX_${suffix} "${CMAKE_${rule}_CXX_${suffix}}")
+                endif()
+            endforeach()
+        endforeach()
         execute_process(COMMAND ${GNUSTEP_CONFIG} --objc-flags
                         OUTPUT_VARIABLE GNUSTEP_OBJC_FLAGS OUTPUT_STRIP_TRAILING_WHITESPACE)
         execute_process(COMMAND ${GNUSTEP_CONFIG} --base-libs
