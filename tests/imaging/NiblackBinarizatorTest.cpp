@@ -95,49 +95,22 @@ TEST(NiblackBinarizator, FollowsSmoothedBlockThresholds) {
 TEST(NiblackBinarizator, MatchesTheReferenceBitForBit) {
     std::mt19937 rng(15);
     const float systemWeights[] = {-0.4f, 0.15f, 0.0f, -0.15f, 0.3f, -0.45f, 0.6f, -0.8f, 1.0f};
-    const float extremes[] = {-40.0f,
-                              40.0f,
-                              1e30f,
-                              std::numeric_limits<float>::infinity(),
-                              -std::numeric_limits<float>::infinity(),
-                              std::numeric_limits<float>::quiet_NaN()};
+    const float inf = std::numeric_limits<float>::infinity();
+    const float extremes[] = {-40, 40, 1e30f, inf, -inf, std::numeric_limits<float>::quiet_NaN()};
     NiblackBinarizator reused;
     Row out;
     Row expected;
     for (int trial = 0; trial < 4000; ++trial) {
         const unsigned pick = rng() % 10;
         const std::size_t n = pick < 6 ? rng() % 200 : pick < 9 ? rng() % 1500 : rng() % 5001;
-        unsigned blockSize = 0;
-        switch (rng() % 6) {
-        case 0:
-            blockSize = static_cast<unsigned>(n / 8);
-            break;
-        case 1:
-            blockSize = static_cast<unsigned>(n + rng() % 2); // the line, or one past it
-            break;
-        case 2:
-            blockSize = rng() % 3;
-            break;
-        case 3:
-            blockSize = 1 + rng() % 40;
-            break;
-        default:
-            blockSize = static_cast<unsigned>(rng() % (n + 2));
-            break;
-        }
-        float k = 0.0f;
-        switch (rng() % 4) {
-        case 0:
-        case 1:
-            k = systemWeights[rng() % std::size(systemWeights)];
-            break;
-        case 2:
-            k = std::uniform_real_distribution<float>(-2, 2)(rng);
-            break;
-        default:
-            k = extremes[rng() % std::size(extremes)];
-            break;
-        }
+        // An eighth of the line, the line or one past it, tiny, small, any.
+        const std::size_t blockSizes[] = {n / 8, n + rng() % 2, rng() % 3, 1 + rng() % 40,
+                                          rng() % (n + 2)};
+        const auto blockSize = static_cast<unsigned>(blockSizes[std::min(4u, unsigned(rng() % 6))]);
+        const float system = systemWeights[rng() % std::size(systemWeights)];
+        const float weights[] = {system, system, std::uniform_real_distribution<float>(-2, 2)(rng),
+                                 extremes[rng() % std::size(extremes)]};
+        float k = weights[rng() % 4];
         // Exact-threshold lines balance each block around its mean; k = 0
         // then puts the samples equal to the mean exactly on the threshold.
         const Row in = test::adversarialLine(rng, n, blockSize == 0 ? n : blockSize);
