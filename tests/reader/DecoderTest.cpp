@@ -73,28 +73,17 @@ Words byteGroup(const unsigned char (&bytes)[6]) {
     return words;
 }
 
+// 1 is "AB", 2 is "AC": too large a descriptor is cut to the vector, a
+// smaller one hides the rest, and 0 or 1 leave nothing.
 TEST(Decoder, LengthDescriptorBoundsTheRange) {
-    std::vector<unsigned char> out = {1, 2, 3};
-    EXPECT_TRUE(Decoder::decode({}, out));
-    EXPECT_TRUE(out.empty());
-    out = {1};
-    EXPECT_TRUE(Decoder::decode({0}, out));
-    EXPECT_TRUE(out.empty());
-    EXPECT_TRUE(Decoder::decode({0, 1, 2}, out));
-    EXPECT_TRUE(out.empty());
-    EXPECT_TRUE(Decoder::decode({1}, out));
-    EXPECT_TRUE(out.empty());
-    EXPECT_TRUE(Decoder::decode({1, 5, 6}, out));
-    EXPECT_TRUE(out.empty());
-
-    // 1 is "AB", 2 is "AC": too large a descriptor is cut to the vector,
-    // a smaller one hides the rest.
-    EXPECT_TRUE(Decoder::decode({100, 1, 2}, out));
-    EXPECT_EQ(std::string(out.begin(), out.end()), "ABAC");
-    EXPECT_TRUE(Decoder::decode({2, 1, 2}, out));
-    EXPECT_EQ(std::string(out.begin(), out.end()), "AB");
-    EXPECT_TRUE(Decoder::decode({65535, 1}, out));
-    EXPECT_EQ(std::string(out.begin(), out.end()), "AB");
+    const std::pair<Words, std::string> cases[] = {
+        {{}, ""},        {{0}, ""},         {{0, 1, 2}, ""},       {{1}, ""},
+        {{1, 5, 6}, ""}, {{2, 1, 2}, "AB"}, {{100, 1, 2}, "ABAC"}, {{65535, 1}, "AB"}};
+    for (const auto& [words, expected] : cases) {
+        std::vector<unsigned char> out = {1, 2, 3};
+        EXPECT_TRUE(Decoder::decode(words, out));
+        EXPECT_EQ(std::string(out.begin(), out.end()), expected) << testing::PrintToString(words);
+    }
 }
 
 TEST(Decoder, TextSubmodes) {
