@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
 #include <set>
 
 namespace pdf417 {
@@ -49,31 +48,27 @@ TEST(G929Value, ClampingAndSpecialCases) {
     }
 }
 
-// Every element against the field laws, with integer arithmetic as the
-// reference where it exists.
+// Every pair of elements against integer arithmetic modulo 929, which
+// carries the ring laws with it; division undoes multiplication, 3 generates
+// the multiplicative group and powers agree with repeated multiplication.
 TEST(G929Value, FieldLawsOverAllElements) {
     std::set<unsigned> logs;
     for (unsigned a = 0; a < 929; ++a) {
         const G929Value x = gf(a);
-        EXPECT_EQ((x + (gf(0) - x)).value(), 0) << a;
-        for (unsigned b = 0; b < 929; b += 7) {
-            EXPECT_EQ((x + gf(b)).value(), (a + b) % 929);
-            EXPECT_EQ((x - gf(b)).value(), (a + 929 - b) % 929);
-            EXPECT_EQ((x * gf(b)).value(), a * b % 929);
-            if (b != 0) {
-                EXPECT_EQ((x / gf(b) * gf(b)).value(), a) << a << " / " << b;
-            }
+        for (unsigned b = 0; b < 929; ++b) {
+            const G929Value y = gf(b);
+            ASSERT_EQ((x + y).value(), (a + b) % 929);
+            ASSERT_EQ((x - y).value(), (a + 929 - b) % 929);
+            ASSERT_EQ((x * y).value(), a * b % 929);
+            ASSERT_TRUE(b == 0 || (x / y * y).value() == a) << a << " / " << b;
         }
         if (a == 0) {
             continue;
         }
-        EXPECT_EQ((x * (gf(1) / x)).value(), 1) << a;
         const G929Value l = x.log3();
-        ASSERT_TRUE(l.isValid());
-        EXPECT_LT(l.value(), 928);
+        ASSERT_TRUE(l.isValid() && l.value() < 928);
         logs.insert(l.value());
         EXPECT_EQ(gf(3).pow(l.value()).value(), a);
-        // Powers agree with repeated multiplication, exponent 0 included.
         G929Value power = gf(1);
         for (unsigned n = 0; n < 20; ++n) {
             EXPECT_EQ(x.pow(n).value(), power.value()) << a << "^" << n;
@@ -81,15 +76,7 @@ TEST(G929Value, FieldLawsOverAllElements) {
         }
         EXPECT_EQ(x.pow(928).value(), 1);
     }
-    EXPECT_EQ(logs.size(), 928u); // 3 generates the whole multiplicative group
-
-    std::mt19937 rng(929);
-    for (int i = 0; i < 100000; ++i) {
-        const G929Value a = gf(rng() % 929), b = gf(rng() % 929), c = gf(rng() % 929);
-        ASSERT_EQ((a * (b + c)).value(), (a * b + a * c).value());
-        ASSERT_EQ((a * (b - c)).value(), (a * b - a * c).value());
-        ASSERT_EQ(((a * b) * c).value(), (a * (b * c)).value());
-    }
+    EXPECT_EQ(logs.size(), 928u);
 }
 
 } // namespace

@@ -71,7 +71,7 @@ TEST(RSDecoder, Contract) {
     std::string out;
     const std::vector<int> original = randomCodeword(rng, 2, 50);
     std::vector<int> data = original;
-    std::vector<int> erasures = {3, 4};
+    std::vector<int> erasures = {3, 4}; // erasures on a correct word are dropped
     EXPECT_EQ(decodeCapturing(decoder, data, erasures, 2, 50, 8, out), 0);
     EXPECT_EQ(out, "No errors \n");
     EXPECT_TRUE(erasures.empty());
@@ -83,21 +83,19 @@ TEST(RSDecoder, Contract) {
         std::vector<int> erasures;
         int symbol;
     };
-    const Bad refused[] = {
-        {0, 50, 8, {}, 930},
-        {0, 50, 8, {}, -1},
-        {0, 49, 8, {}, 0},
-        {0, 51, 8, {}, 0},
-        {0, 50, 0, {}, 0},
-        {0, 50, 51, {}, 0},
-        {-1, 50, 8, {}, 0},
-        {2, 50, 8, {5}, 0},
-        {1, 50, 8, {0}, 0},
-        {1, 50, 8, {-3}, 0},
-        {1, 50, 8, {51}, 0},
-        {1, 50, 8, {928}, 0},
-        {9, 50, 8, {1, 2, 3, 4, 5, 6, 7, 8, 9}, 0},
-    };
+    const Bad refused[] = {{0, 50, 8, {}, 930},
+                           {0, 50, 8, {}, -1},
+                           {0, 49, 8, {}, 0},
+                           {0, 51, 8, {}, 0},
+                           {0, 50, 0, {}, 0},
+                           {0, 50, 51, {}, 0},
+                           {-1, 50, 8, {}, 0},
+                           {2, 50, 8, {5}, 0},
+                           {1, 50, 8, {0}, 0},
+                           {1, 50, 8, {-3}, 0},
+                           {1, 50, 8, {51}, 0},
+                           {1, 50, 8, {928}, 0},
+                           {9, 50, 8, {1, 2, 3, 4, 5, 6, 7, 8, 9}, 0}};
     for (const Bad& bad : refused) {
         data = original;
         data[10] = bad.symbol == 0 ? data[10] : bad.symbol;
