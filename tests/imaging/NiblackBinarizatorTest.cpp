@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <iterator>
 #include <limits>
 #include <random>
@@ -37,55 +36,6 @@ TEST(NiblackBinarizator, WholeLineCases) {
     // k moves the threshold by whole standard deviations (about 88 here).
     EXPECT_EQ(binarized(b, line, 0, -0.5f), (Row{0, 255, 0, 255, 255, 255, 255}));
     EXPECT_EQ(binarized(b, line, 0, 1.0f), (Row{0, 0, 0, 255, 0, 0, 255}));
-}
-
-// Random lines, block sizes and k against an independent computation in
-// double; samples within a hair of their threshold are left out, where the
-// float rounding of the real thing decides.
-TEST(NiblackBinarizator, FollowsSmoothedBlockThresholds) {
-    std::mt19937 rng(8);
-    NiblackBinarizator reused;
-    int compared = 0;
-    for (int trial = 0; trial < 1000; ++trial) {
-        Row in(1 + rng() % 300);
-        const int base = int(rng() % 200);
-        for (auto& v : in) {
-            v = static_cast<unsigned char>(base + int(rng() % 56));
-        }
-        const unsigned blockSize = rng() % 80;
-        const float k = std::uniform_real_distribution<float>(-1, 1)(rng);
-        const Row out = binarized(reused, in, blockSize, k);
-        NiblackBinarizator fresh;
-        ASSERT_EQ(binarized(fresh, in, blockSize, k), out);
-        ASSERT_EQ(out.size(), in.size());
-
-        const std::size_t n = in.size();
-        const std::size_t block = blockSize == 0 || blockSize > n ? n : blockSize;
-        std::vector<double> t;
-        for (std::size_t start = 0; start < n; start += block) {
-            const std::size_t end = std::min(n, start + block);
-            double sum = 0, squares = 0;
-            for (std::size_t i = start; i < end; ++i) {
-                sum += in[i];
-            }
-            const double mean = sum / double(end - start);
-            for (std::size_t i = start; i < end; ++i) {
-                squares += (in[i] - mean) * (in[i] - mean);
-            }
-            t.push_back(mean + k * std::sqrt(squares / double(end - start)));
-        }
-        for (std::size_t i = 0; i < n; ++i) {
-            const std::size_t b = i / block;
-            const double T =
-                (t[b] + t[b == 0 ? 0 : b - 1] + t[b + 1 == t.size() ? b : b + 1]) / 3.0;
-            if (std::fabs(T - in[i]) < 1e-3) {
-                continue;
-            }
-            ASSERT_EQ(out[i], T > in[i] ? 0 : 255) << "trial " << trial << " sample " << i;
-            ++compared;
-        }
-    }
-    EXPECT_GT(compared, 100000);
 }
 
 // Every output byte against the plain algorithm, on lines of 0 to 5000
