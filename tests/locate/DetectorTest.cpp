@@ -89,61 +89,34 @@ TEST(DetectorPatterns, FindsDrawnPatternsAtTheirPixels) {
     }
 }
 
-class CountingImage : public Image {
-public:
-    using Image::Image;
-    bool sampleRow(unsigned y, std::vector<unsigned char>& out) const override {
-        rows.push_back(y);
-        return Image::sampleRow(y, out);
-    }
-    mutable std::vector<unsigned> rows;
-};
-
+// Rows are searched from the middle out every third row, down to symbols of
+// one or two pixel rows; a pattern read right to left gives -1 and its
+// outer edge is then the wide bar's last pixel.
 TEST(DetectorScanLine, SmallHeightsAndMirroredSymbols) {
     const int width = 80;
     std::vector<unsigned char> pattern(width, 255);
     draw(pattern, 10, kStart, 2); // pixels 10 to 43
     pattern[44] = 0;
     const std::vector<unsigned char> mirrored(pattern.rbegin(), pattern.rend()); // 36 to 69
-    const auto pixels = [&](int height, std::vector<int> rows, bool mirror) {
-        std::vector<unsigned char> p(static_cast<std::size_t>(width * height), 255);
-        for (const int r : rows) {
-            std::copy_n((mirror ? mirrored : pattern).begin(), width, p.begin() + r * width);
-        }
-        return p;
-    };
     Detector detector;
     std::array<Point2D, 3> points;
-    const auto xs = [&] { return std::vector<float>{points[0].x(), points[1].x(), points[2].x()}; };
-
-    auto one = pixels(1, {0}, false); // height 1: no row is looked at
-    CountingImage flat(one.data(), width, 1);
-    EXPECT_EQ(detector.detectScanLine(flat, points), 0);
-    EXPECT_TRUE(flat.rows.empty());
-    for (const int height : {2, 3}) { // only row 1, twice
-        auto hit = pixels(height, {1}, false);
-        CountingImage found(hit.data(), width, static_cast<unsigned>(height));
-        EXPECT_EQ(detector.detectScanLine(found, points), 1);
-        EXPECT_EQ(found.rows, std::vector<unsigned>({1}));
-        // The pattern's first pixel + 1 as squeezed, the wide bar, the end.
-        EXPECT_EQ(xs(), (std::vector<float>{11, 19, 44}));
-        EXPECT_EQ(points[0].y(), 1.0f);
-        auto miss =
-            pixels(height, height == 2 ? std::vector<int>{0} : std::vector<int>{0, 2}, false);
-        CountingImage missed(miss.data(), width, static_cast<unsigned>(height));
-        EXPECT_EQ(detector.detectScanLine(missed, points), 0);
-        EXPECT_EQ(missed.rows, std::vector<unsigned>({1, 1}));
-    }
-    // Rows go from the middle out every third: 20, 23, 17, 26. Read right to
-    // left, the outer edge is the wide bar's last pixel.
-    auto mirror = pixels(40, {26}, true);
-    Image image(mirror.data(), width, 40);
-    EXPECT_EQ(detector.detectScanLine(image, points), -1);
-    EXPECT_EQ(xs(), (std::vector<float>{69, 61, 36}));
-    EXPECT_EQ(points[0].y(), 26.0f);
-    auto offGrid = pixels(40, {25}, true);
-    Image skipped(offGrid.data(), width, 40);
-    EXPECT_EQ(detector.detectScanLine(skipped, points), 0);
+    const auto scan = [&](int height, int row, bool mirror) {
+        std::vector<unsigned char> p(static_cast<std::size_t>(width * height), 255);
+        std::copy_n((mirror ? mirrored : pattern).begin(), width, p.begin() + row * width);
+        points.fill(Point2D(-1, -1, 1));
+        const int found = detector.detectScanLine(Image(p.data(), width, height), points);
+        return std::vector<float>{float(found), points[0].x(), points[1].x(), points[2].x(),
+                                  points[0].y()};
+    };
+    // The pattern's first pixel + 1 as squeezed, the wide bar, the end.
+    EXPECT_EQ(scan(1, 0, false), (std::vector<float>{0, -1, -1, -1, -1}));
+    EXPECT_EQ(scan(2, 1, false), (std::vector<float>{1, 11, 19, 44, 1}));
+    EXPECT_EQ(scan(3, 1, false), (std::vector<float>{1, 11, 19, 44, 1}));
+    EXPECT_EQ(scan(2, 0, false)[0], 0);
+    EXPECT_EQ(scan(3, 2, false)[0], 0);
+    // 40 rows: 20, 23, 17, 26, ... are searched, 25 is not.
+    EXPECT_EQ(scan(40, 26, true), (std::vector<float>{-1, 69, 61, 36, 26}));
+    EXPECT_EQ(scan(40, 25, true)[0], 0);
 }
 
 TEST(DetectorFilterPoints, StripsOutliersAndKeepsStraightLists) {
