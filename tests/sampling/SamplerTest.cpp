@@ -106,17 +106,14 @@ TEST(SamplerTableParameters, LibzintIndicatorColumns) {
     }
 }
 
-std::vector<CodeWord> clusters(const std::vector<int>& of) {
-    std::vector<CodeWord> words;
-    for (std::size_t i = 0; i < of.size(); ++i) {
-        words.push_back(of[i] < 0 ? CodeWord() : cw(static_cast<unsigned short>(100 + i), of[i]));
-    }
-    return words;
-}
-
 TEST(SamplerRows, FilterRowDropsLoneClusters) {
+    // Codewords of the given clusters (-1: unreadable), and what is left.
     const auto filtered = [](std::vector<int> of) {
-        auto words = clusters(of);
+        std::vector<CodeWord> words;
+        for (std::size_t i = 0; i < of.size(); ++i) {
+            words.push_back(of[i] < 0 ? CodeWord()
+                                      : cw(static_cast<unsigned short>(100 + i), of[i]));
+        }
         Sampler::filterRow(words);
         std::vector<int> left;
         for (const CodeWord& w : words) {
