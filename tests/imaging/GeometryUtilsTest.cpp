@@ -92,10 +92,10 @@ TEST(GeometryUtils, CentroidsAndBoxes) {
         bool inside;
     };
     const Case cases[] = {{0, 0, 10, 5, 10, 5, true},      {10, 5, 0, 0, 10, 5, true},
-                          {10, 0, 0, 5, 0, 0, true},       {3, 3, 3, 3, 3, 3, true},
-                          {0, 0, 10, 5, 10.01f, 5, false}, {10, 5, 0, 0, 5, -0.01f, false},
-                          {0, 0, 10, 5, kNan, 1, false},   {0, 0, 10, 5, 1, kNan, false},
-                          {kNan, 0, 10, 5, 1, 1, false},   {0, 0, 10, 5, kInf, 1, false}};
+                          {10, 0, 0, 5, 0, 0, true},       {0, 0, 10, 5, 10.01f, 5, false},
+                          {10, 5, 0, 0, 5, -0.01f, false}, {0, 0, 10, 5, kNan, 1, false},
+                          {kNan, 0, 10, 5, 1, 1, false},   {3, 3, 3, 3, 3, 3, true},
+                          {0, 0, 10, 5, 1, kNan, false},   {0, 0, 10, 5, kInf, 1, false}};
     for (const Case& t : cases) {
         EXPECT_EQ(GeometryUtils::testPoint(t.x1, t.y1, t.x2, t.y2, Point2D(t.px, t.py, 1)),
                   t.inside)
