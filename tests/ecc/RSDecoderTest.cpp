@@ -34,14 +34,21 @@ bool isCodeword(const std::vector<int>& word, std::size_t k) {
     return test::syndromesZero(p, k);
 }
 
+// What `work` prints on standard output.
+template <typename Work>
+std::string printedBy(Work&& work) {
+    std::fflush(stdout);
+    testing::internal::CaptureStdout();
+    work();
+    std::fflush(stdout);
+    return testing::internal::GetCapturedStdout();
+}
+
 // Runs the decoder with standard output captured into `printed`.
 int decodeCapturing(RSDecoder& decoder, std::vector<int>& data, std::vector<int>& erasures,
                     int erasureCount, int n, int k, std::string& printed) {
-    std::fflush(stdout);
-    testing::internal::CaptureStdout();
-    const int result = decoder.eras_dec_rs(data, erasures, erasureCount, n, k);
-    std::fflush(stdout);
-    printed = testing::internal::GetCapturedStdout();
+    int result = 0;
+    printed = printedBy([&] { result = decoder.eras_dec_rs(data, erasures, erasureCount, n, k); });
     return result;
 }
 
@@ -64,7 +71,7 @@ TEST(RSDecoder, Contract) {
     std::string out;
     const std::vector<int> original = randomCodeword(rng, 2, 50);
     std::vector<int> data = original;
-    std::vector<int> erasures = {3, 4};
+    std::vector<int> erasures = {3, 4}; // erasures on a correct word are dropped
     EXPECT_EQ(decodeCapturing(decoder, data, erasures, 2, 50, 8, out), 0);
     EXPECT_EQ(out, "No errors \n");
     EXPECT_TRUE(erasures.empty());
@@ -76,21 +83,19 @@ TEST(RSDecoder, Contract) {
         std::vector<int> erasures;
         int symbol;
     };
-    const Bad refused[] = {
-        {0, 50, 8, {}, 930},
-        {0, 50, 8, {}, -1},
-        {0, 49, 8, {}, 0},
-        {0, 51, 8, {}, 0},
-        {0, 50, 0, {}, 0},
-        {0, 50, 51, {}, 0},
-        {-1, 50, 8, {}, 0},
-        {2, 50, 8, {5}, 0},
-        {1, 50, 8, {0}, 0},
-        {1, 50, 8, {-3}, 0},
-        {1, 50, 8, {51}, 0},
-        {1, 50, 8, {928}, 0},
-        {9, 50, 8, {1, 2, 3, 4, 5, 6, 7, 8, 9}, 0},
-    };
+    const Bad refused[] = {{0, 50, 8, {}, 930},
+                           {0, 50, 8, {}, -1},
+                           {0, 49, 8, {}, 0},
+                           {0, 51, 8, {}, 0},
+                           {0, 50, 0, {}, 0},
+                           {0, 50, 51, {}, 0},
+                           {-1, 50, 8, {}, 0},
+                           {2, 50, 8, {5}, 0},
+                           {1, 50, 8, {0}, 0},
+                           {1, 50, 8, {-3}, 0},
+                           {1, 50, 8, {51}, 0},
+                           {1, 50, 8, {928}, 0},
+                           {9, 50, 8, {1, 2, 3, 4, 5, 6, 7, 8, 9}, 0}};
     for (const Bad& bad : refused) {
         data = original;
         data[10] = bad.symbol == 0 ? data[10] : bad.symbol;
@@ -124,67 +129,63 @@ TEST(RSDecoder, ErrorsComparedWithRS929Decoder) {
     std::mt19937 rng(11);
     RSDecoder decoder;
     RS929Decoder reference;
-    std::string out;
     std::vector<int> erasures;
     std::vector<unsigned long> positions;
     // Output is captured once per loop: a capture per call costs a file.
-    std::fflush(stdout);
-    testing::internal::CaptureStdout();
-    for (unsigned level = 0; level < 9; ++level) {
-        const int k = static_cast<int>(_ecs[level]);
-        const std::vector<int> original = randomCodeword(rng, level, 900);
-        for (int p = 0; p < 900; p += p < 3 || p >= 897 ? 1 : 149) {
-            std::vector<int> data = original;
-            data[899 - p] = (data[899 - p] + 5) % 929;
-            ASSERT_EQ(decoder.eras_dec_rs(data, erasures, 0, 900, k), 1) << p;
-            ASSERT_EQ(erasures, std::vector<int>{p + 1});
-            ASSERT_EQ(data, original);
-            Poly word(data.begin(), data.end());
-            word[899 - p] = gf((original[899 - p] + 5) % 929);
-            positions.clear();
-            ASSERT_EQ(reference.decode(word, positions, level), level >= 2);
+    const std::string singles = printedBy([&] {
+        for (unsigned level = 0; level < 9; ++level) {
+            const int k = static_cast<int>(_ecs[level]);
+            const std::vector<int> original = randomCodeword(rng, level, 900);
+            for (int p = 0; p < 900; p += p < 3 || p >= 897 ? 1 : 149) {
+                std::vector<int> data = original;
+                data[899 - p] = (data[899 - p] + 5) % 929;
+                ASSERT_EQ(decoder.eras_dec_rs(data, erasures, 0, 900, k), 1) << p;
+                ASSERT_EQ(erasures, std::vector<int>{p + 1});
+                ASSERT_EQ(data, original);
+                Poly word(data.begin(), data.end());
+                word[899 - p] = gf((original[899 - p] + 5) % 929);
+                positions.clear();
+                ASSERT_EQ(reference.decode(word, positions, level), level >= 2);
+            }
         }
-    }
-    std::fflush(stdout);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    });
+    EXPECT_EQ(singles, "");
 
     int tried = 0, exact = 0, extra = 0, lost = 0, wrong = 0;
-    std::fflush(stdout);
-    testing::internal::CaptureStdout();
-    for (unsigned level = 2; level < 7; ++level) {
-        const std::size_t k = static_cast<std::size_t>(_ecs[level]);
-        for (int trial = 0; trial < 160; ++trial) {
-            const std::size_t n = k + 1 + rng() % 400;
-            const std::vector<int> original = randomCodeword(rng, level, n);
-            // Within RS929Decoder's capacity.
-            std::size_t errors = 1 + rng() % ((k - 2) / 2);
-            if (errors < 4) {
-                errors = std::min(errors, (k - 3) / 2);
-            }
-            std::vector<int> data = original;
-            const std::set<int> hit = corrupt(rng, data, errors);
-            const int result =
-                decoder.eras_dec_rs(data, erasures, 0, static_cast<int>(n), static_cast<int>(k));
-            ++tried;
-            if (data == original) {
-                ++exact;
-                // Every damaged location is reported, sometimes with extra
-                // roots of the locator that changed nothing.
-                const std::set<int> got(erasures.begin(), erasures.end());
-                ASSERT_EQ(static_cast<int>(got.size()), result);
-                for (int p : hit) {
-                    ASSERT_TRUE(got.count(p + 1)) << p;
+    const std::string printed = printedBy([&] {
+        for (unsigned level = 2; level < 7; ++level) {
+            const std::size_t k = static_cast<std::size_t>(_ecs[level]);
+            for (int trial = 0; trial < 160; ++trial) {
+                const std::size_t n = k + 1 + rng() % 400;
+                const std::vector<int> original = randomCodeword(rng, level, n);
+                // Within RS929Decoder's capacity.
+                std::size_t errors = 1 + rng() % ((k - 2) / 2);
+                if (errors < 4) {
+                    errors = std::min(errors, (k - 3) / 2);
                 }
-                extra += result - static_cast<int>(errors);
-            } else if (result == -1) {
-                ++lost;
-            } else {
-                ++wrong;
+                std::vector<int> data = original;
+                const std::set<int> hit = corrupt(rng, data, errors);
+                const int result = decoder.eras_dec_rs(data, erasures, 0, static_cast<int>(n),
+                                                       static_cast<int>(k));
+                ++tried;
+                if (data == original) {
+                    ++exact;
+                    // Every damaged location is reported, sometimes with extra
+                    // roots of the locator that changed nothing.
+                    const std::set<int> got(erasures.begin(), erasures.end());
+                    ASSERT_EQ(static_cast<int>(got.size()), result);
+                    for (int p : hit) {
+                        ASSERT_TRUE(got.count(p + 1)) << p;
+                    }
+                    extra += result - static_cast<int>(errors);
+                } else if (result == -1) {
+                    ++lost;
+                } else {
+                    ++wrong;
+                }
             }
         }
-    }
-    std::fflush(stdout);
-    const std::string printed = testing::internal::GetCapturedStdout();
+    });
     int messages = 0;
     for (std::size_t at = 0;
          (at = printed.find("Uncorrectable error: root count = ", at)) != std::string::npos; ++at) {
@@ -194,21 +195,20 @@ TEST(RSDecoder, ErrorsComparedWithRS929Decoder) {
 
     // Past k/2 errors: a positive result does not mean a codeword.
     int accepted = 0, notCodeword = 0;
-    std::fflush(stdout);
-    testing::internal::CaptureStdout();
-    for (int trial = 0; trial < 300; ++trial) {
-        const unsigned level = 1 + trial % 4;
-        const std::size_t k = static_cast<std::size_t>(_ecs[level]);
-        const std::size_t n = k + 1 + rng() % 200;
-        std::vector<int> data = randomCodeword(rng, level, n);
-        corrupt(rng, data, k / 2 + 1);
-        if (decoder.eras_dec_rs(data, erasures, 0, static_cast<int>(n), static_cast<int>(k)) > 0) {
-            ++accepted;
-            notCodeword += !isCodeword(data, k);
+    printedBy([&] {
+        for (int trial = 0; trial < 300; ++trial) {
+            const unsigned level = 1 + trial % 4;
+            const std::size_t k = static_cast<std::size_t>(_ecs[level]);
+            const std::size_t n = k + 1 + rng() % 200;
+            std::vector<int> data = randomCodeword(rng, level, n);
+            corrupt(rng, data, k / 2 + 1);
+            if (decoder.eras_dec_rs(data, erasures, 0, static_cast<int>(n), static_cast<int>(k)) >
+                0) {
+                ++accepted;
+                notCodeword += !isCodeword(data, k);
+            }
         }
-    }
-    std::fflush(stdout);
-    testing::internal::GetCapturedStdout();
+    });
     std::printf("within capacity: %d of %d corrected (%d extra locations reported), %d refused, "
                 "%d wrong; past k/2: %d accepted, %d not codewords\n",
                 exact, tried, extra, lost, wrong, accepted, notCodeword);
@@ -289,50 +289,49 @@ TEST(RSDecoder, ArbitraryInputStaysInBounds) {
     RSDecoder decoder;
     std::vector<int> data, erasures;
     int outcomes[4] = {};
-    std::fflush(stdout);
-    testing::internal::CaptureStdout();
-    for (int trial = 0; trial < 3000; ++trial) {
-        const int size = static_cast<int>(rng() % 1100);
-        data.resize(static_cast<std::size_t>(size));
-        for (int& d : data) {
-            d = rng() % 50 == 0 ? static_cast<int>(rng() % 2000000000u) - 1000000000
-                                : static_cast<int>(rng() % 930);
-        }
-        erasures.clear();
-        const int count = static_cast<int>(rng() % 8);
-        for (int i = 0; i < count; ++i) {
-            erasures.push_back(static_cast<int>(rng() % 1200) - 100);
-        }
-        int n = rng() % 8 == 0 ? static_cast<int>(rng() % 1200) - 100 : size;
-        int k = static_cast<int>(rng() % 1100) - 50;
-        int erasureCount = static_cast<int>(rng() % 10) - 1;
-        if (trial % 2 == 0 && size > 20) {
-            // A damaged codeword with plausible arguments reaches the deeper
-            // steps.
-            const unsigned level = rng() % 4;
-            data = randomCodeword(rng, level, static_cast<std::size_t>(size));
-            corrupt(rng, data, rng() % 6);
-            n = size;
-            k = static_cast<int>(_ecs[level]);
-            for (int& e : erasures) {
-                e = 1 + static_cast<int>(rng() % static_cast<unsigned>(size));
+    printedBy([&] {
+        for (int trial = 0; trial < 3000; ++trial) {
+            const int size = static_cast<int>(rng() % 1100);
+            data.resize(static_cast<std::size_t>(size));
+            for (int& d : data) {
+                d = rng() % 50 == 0 ? static_cast<int>(rng() % 2000000000u) - 1000000000
+                                    : static_cast<int>(rng() % 930);
             }
-            erasureCount = std::min(count, static_cast<int>(rng() % 3));
-        }
-        const std::vector<int> before = data;
-        const int result = decoder.eras_dec_rs(data, erasures, erasureCount, n, k);
-        ASSERT_GE(result, -1);
-        ASSERT_LE(result, std::max(k, 0));
-        ASSERT_EQ(erasures.size(), static_cast<std::size_t>(std::max(result, 0)));
-        outcomes[std::min(result, 2) + 1]++;
-        for (int i = 0; i < size; ++i) {
-            if (data[i] != before[i]) {
-                ASSERT_NE(std::find(erasures.begin(), erasures.end(), size - i), erasures.end());
+            erasures.clear();
+            const int count = static_cast<int>(rng() % 8);
+            for (int i = 0; i < count; ++i) {
+                erasures.push_back(static_cast<int>(rng() % 1200) - 100);
+            }
+            int n = rng() % 8 == 0 ? static_cast<int>(rng() % 1200) - 100 : size;
+            int k = static_cast<int>(rng() % 1100) - 50;
+            int erasureCount = static_cast<int>(rng() % 10) - 1;
+            if (trial % 2 == 0 && size > 20) {
+                // A damaged codeword with plausible arguments reaches the deeper
+                // steps.
+                const unsigned level = rng() % 4;
+                data = randomCodeword(rng, level, static_cast<std::size_t>(size));
+                corrupt(rng, data, rng() % 6);
+                n = size;
+                k = static_cast<int>(_ecs[level]);
+                for (int& e : erasures) {
+                    e = 1 + static_cast<int>(rng() % static_cast<unsigned>(size));
+                }
+                erasureCount = std::min(count, static_cast<int>(rng() % 3));
+            }
+            const std::vector<int> before = data;
+            const int result = decoder.eras_dec_rs(data, erasures, erasureCount, n, k);
+            ASSERT_GE(result, -1);
+            ASSERT_LE(result, std::max(k, 0));
+            ASSERT_EQ(erasures.size(), static_cast<std::size_t>(std::max(result, 0)));
+            outcomes[std::min(result, 2) + 1]++;
+            for (int i = 0; i < size; ++i) {
+                if (data[i] != before[i]) {
+                    ASSERT_NE(std::find(erasures.begin(), erasures.end(), size - i),
+                              erasures.end());
+                }
             }
         }
-    }
-    std::fflush(stdout);
-    testing::internal::GetCapturedStdout();
+    });
     // The plausible half must have reached the correction steps.
     EXPECT_GT(outcomes[1], 100);
     EXPECT_GT(outcomes[2] + outcomes[3], 300);

@@ -75,42 +75,45 @@ TEST(GeometryUtils, ApproximateLineRecoversNoisyLinesAtAnyAngle) {
     }
 }
 
-TEST(GeometryUtils, Centroids) {
+TEST(GeometryUtils, CentroidsAndBoxes) {
     const std::vector<Point2D> points = {Point2D(0, 0, 1), Point2D(4, 8, 3)};
     const Point2D c = GeometryUtils::calculateCenterOfMass(points);
-    EXPECT_EQ(c.x(), 3);
-    EXPECT_EQ(c.y(), 6);
-    EXPECT_EQ(c.mass(), 4);
+    EXPECT_TRUE(c.x() == 3 && c.y() == 6 && c.mass() == 4);
     const Point2D m = GeometryUtils::calculateMean(points);
-    EXPECT_EQ(m.x(), 2);
-    EXPECT_EQ(m.y(), 4);
-    EXPECT_EQ(m.mass(), 1);
+    EXPECT_TRUE(m.x() == 2 && m.y() == 4 && m.mass() == 1);
     for (const Point2D& e :
          {GeometryUtils::calculateCenterOfMass({}), GeometryUtils::calculateMean({})}) {
-        EXPECT_EQ(e.x(), 0);
-        EXPECT_EQ(e.y(), 0);
-        EXPECT_EQ(e.mass(), 0);
+        EXPECT_TRUE(e.x() == 0 && e.y() == 0 && e.mass() == 0);
+    }
+
+    // testPoint: a closed box, corners in either order, NaN never inside.
+    struct Case {
+        float x1, y1, x2, y2, px, py;
+        bool inside;
+    };
+    const Case cases[] = {{0, 0, 10, 5, 10, 5, true},      {10, 5, 0, 0, 10, 5, true},
+                          {10, 0, 0, 5, 0, 0, true},       {0, 0, 10, 5, 10.01f, 5, false},
+                          {10, 5, 0, 0, 5, -0.01f, false}, {0, 0, 10, 5, kNan, 1, false},
+                          {kNan, 0, 10, 5, 1, 1, false},   {3, 3, 3, 3, 3, 3, true},
+                          {0, 0, 10, 5, 1, kNan, false},   {0, 0, 10, 5, kInf, 1, false}};
+    for (const Case& t : cases) {
+        EXPECT_EQ(GeometryUtils::testPoint(t.x1, t.y1, t.x2, t.y2, Point2D(t.px, t.py, 1)),
+                  t.inside)
+            << t.x1 << "," << t.y1 << " " << t.x2 << "," << t.y2 << " " << t.px << "," << t.py;
     }
 }
 
 TEST(GeometryUtils, BoundLineExamplesAndNonFiniteInput) {
     Point2D p(10, 20, 3), q(90.5f, 99.9f, 4);
-    ASSERT_TRUE(boundLine(p, q, 100, 100));
-    EXPECT_EQ(p.x(), 10);
-    EXPECT_EQ(q.y(), 99.9f);
-
+    ASSERT_TRUE(boundLine(p, q, 100, 100)); // inside: untouched
+    EXPECT_TRUE(p.x() == 10 && q.y() == 99.9f);
     p = Point2D(-10, 5, 3);
     q = Point2D(-1, 50, 4);
     EXPECT_FALSE(boundLine(p, q, 100, 100));
     EXPECT_EQ(p.x(), -10);
-
     q = Point2D(50, 5, 4);
     ASSERT_TRUE(boundLine(p, q, 100, 100));
-    EXPECT_EQ(p.x(), 0);
-    EXPECT_EQ(p.y(), 5);
-    EXPECT_EQ(p.mass(), 3);
-    EXPECT_EQ(q.x(), 50);
-
+    EXPECT_TRUE(p.x() == 0 && p.y() == 5 && p.mass() == 3 && q.x() == 50);
     // The clamp targets are the last column and row.
     p = Point2D(50, 50, 1);
     q = Point2D(50, 150, 1);
@@ -167,46 +170,25 @@ TEST(GeometryUtils, BoundLineStaysInsideAndOnTheLine) {
     EXPECT_GT(clipped, 5000);
 }
 
-TEST(GeometryUtils, TestPointIsAClosedBoxInEitherOrder) {
-    using GeometryUtils::testPoint;
-    EXPECT_TRUE(testPoint(0, 0, 10, 5, Point2D(10, 5, 1)));
-    EXPECT_TRUE(testPoint(10, 5, 0, 0, Point2D(10, 5, 1)));
-    EXPECT_TRUE(testPoint(10, 0, 0, 5, Point2D(0, 0, 1)));
-    EXPECT_TRUE(testPoint(3, 3, 3, 3, Point2D(3, 3, 1)));
-    EXPECT_FALSE(testPoint(0, 0, 10, 5, Point2D(10.01f, 5, 1)));
-    EXPECT_FALSE(testPoint(10, 5, 0, 0, Point2D(5, -0.01f, 1)));
-    EXPECT_FALSE(testPoint(0, 0, 10, 5, Point2D(kNan, 1, 1)));
-    EXPECT_FALSE(testPoint(0, 0, 10, 5, Point2D(1, kNan, 1)));
-    EXPECT_FALSE(testPoint(kNan, 0, 10, 5, Point2D(1, 1, 1)));
-    EXPECT_FALSE(testPoint(0, 0, 10, 5, Point2D(kInf, 1, 1)));
-}
-
 TEST(GeometryUtils, ScanRegionWalksInStepWithoutTheEnds) {
     const auto a = std::make_pair(Point2D(0, 0, 2), Point2D(10, 20, 1));
     const auto b = std::make_pair(Point2D(100, 0, 3), Point2D(100, -40, 1));
-    std::vector<std::pair<Point2D, Point2D>> seen;
-    auto record = [&](const Point2D& p, const Point2D& q) {
-        seen.emplace_back(p, q);
-        return true;
-    };
-    GeometryUtils::scanRegion(a, b, 0, record);
-    EXPECT_TRUE(seen.empty());
-    GeometryUtils::scanRegion(a, b, 1, record);
-    ASSERT_EQ(seen.size(), 1u);
-    EXPECT_EQ(seen[0].first.x(), 0);
-    EXPECT_EQ(seen[0].second.x(), 100);
-
-    seen.clear();
-    GeometryUtils::scanRegion(a, b, 4, record);
-    ASSERT_EQ(seen.size(), 4u);
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_FLOAT_EQ(seen[i].first.x(), 2.5f * i);
-        EXPECT_FLOAT_EQ(seen[i].first.y(), 5.0f * i);
-        EXPECT_FLOAT_EQ(seen[i].second.y(), -10.0f * i);
-        EXPECT_EQ(seen[i].first.mass(), 2);
-        EXPECT_EQ(seen[i].second.mass(), 3);
+    for (const unsigned long steps : {0ul, 1ul, 4ul}) {
+        std::vector<std::pair<Point2D, Point2D>> seen;
+        GeometryUtils::scanRegion(a, b, steps, [&](const Point2D& p, const Point2D& q) {
+            seen.emplace_back(p, q);
+            return true;
+        });
+        ASSERT_EQ(seen.size(), steps);
+        for (std::size_t i = 0; i < steps; ++i) {
+            const float t = static_cast<float>(i) / static_cast<float>(steps);
+            EXPECT_FLOAT_EQ(seen[i].first.x(), 10 * t);
+            EXPECT_FLOAT_EQ(seen[i].first.y(), 20 * t);
+            EXPECT_FLOAT_EQ(seen[i].second.x(), 100);
+            EXPECT_FLOAT_EQ(seen[i].second.y(), -40 * t);
+            EXPECT_TRUE(seen[i].first.mass() == 2 && seen[i].second.mass() == 3);
+        }
     }
-
     int calls = 0;
     GeometryUtils::scanRegion(a, b, 100,
                               [&](const Point2D&, const Point2D&) { return ++calls < 3; });

@@ -11,34 +11,9 @@
 namespace pdf417 {
 namespace {
 
-TEST(ImageRotate90, TurnsClockwise) {
-    std::vector<unsigned char> pixels = {1, 2, 3, 4, 5, 6}; // 3 wide, 2 high
-    Image image(pixels.data(), 3, 2);
-    ImageRotate90 view(image);
-    EXPECT_EQ(view.width(), 2u);
-    EXPECT_EQ(view.height(), 3u);
-    EXPECT_EQ(view.getPixel(0, 0), 4); // wrapped (0, 1)
-    EXPECT_EQ(view.getPixel(1, 0), 1); // the wrapped top-left is now top-right
-    std::vector<unsigned char> out;
-    ASSERT_TRUE(view.sampleRow(0, out));
-    EXPECT_EQ(out, (std::vector<unsigned char>{4, 1})); // column 0 bottom to top
-    ASSERT_TRUE(view.sampleColumn(0, out));
-    EXPECT_EQ(out, (std::vector<unsigned char>{4, 5, 6}));
-    EXPECT_FALSE(view.sampleRow(3, out));
-    EXPECT_FALSE(view.sampleColumn(2, out));
-    EXPECT_EQ(view.getPixel(-1, 0), 0);
-    EXPECT_EQ(view.getPixel(2, 0), 0);
-    EXPECT_EQ(view.setPixel(2, 0, 9), 0);
-    EXPECT_EQ(view.setPixel(1, 2, 9), 3);
-    EXPECT_EQ(pixels[2], 9);
-    EXPECT_FALSE(view.isEmpty());
-    Image empty(pixels.data(), 0, 4);
-    EXPECT_TRUE(ImageRotate90(empty).isEmpty());
-    EXPECT_FALSE(ImageRotate90(empty).sampleLine(Point2D(0, 0, 1), Point2D(3, 3, 1), out));
-}
-
-// On random pictures: four turns give the picture back, and a single turn's
-// rows, columns and lines agree with its own getPixel.
+// On random pictures: one turn is wrapped(y, H - 1 - x) everywhere, one pixel
+// beyond each side included, and its rows, columns and lines agree with its
+// own getPixel; two turns are a half turn; four give the picture back.
 TEST(ImageRotate90, AgreesWithGetPixelAndFourTurnsAreIdentity) {
     std::mt19937 rng(3);
     std::vector<unsigned char> a;
@@ -55,12 +30,19 @@ TEST(ImageRotate90, AgreesWithGetPixelAndFourTurnsAreIdentity) {
         ImageRotate90 r2(r1);
         ImageRotate90 r3(r2);
         ImageRotate90 r4(r3);
-        ASSERT_EQ(r4.width(), w);
-        ASSERT_EQ(r4.height(), h);
+        const unsigned W = r1.width();
+        const unsigned H = r1.height();
+        ASSERT_TRUE(W == h && H == w && r4.width() == w && r4.height() == h);
         for (int y = -1; y <= int(h); ++y) {
             for (int x = -1; x <= int(w); ++x) {
                 ASSERT_EQ(r4.getPixel(x, y), image.getPixel(x, y));
                 ASSERT_EQ(r2.getPixel(x, y), image.getPixel(int(w) - 1 - x, int(h) - 1 - y));
+            }
+        }
+        for (int y = -1; y <= int(H); ++y) {
+            for (int x = -1; x <= int(W); ++x) {
+                const bool inside = x >= 0 && y >= 0 && x < int(W) && y < int(H);
+                ASSERT_EQ(r1.getPixel(x, y), inside ? image.getPixel(y, int(h) - 1 - x) : 0);
             }
         }
         for (unsigned y = 0; y < h; ++y) {
@@ -71,9 +53,6 @@ TEST(ImageRotate90, AgreesWithGetPixelAndFourTurnsAreIdentity) {
             ASSERT_TRUE(r4.sampleColumn(x, a) && image.sampleColumn(x, b));
             ASSERT_EQ(a, b);
         }
-
-        const unsigned W = r1.width();
-        const unsigned H = r1.height();
         for (unsigned r = 0; r < H; ++r) {
             ASSERT_TRUE(r1.sampleRow(r, a));
             ASSERT_EQ(a.size(), W);
@@ -88,6 +67,7 @@ TEST(ImageRotate90, AgreesWithGetPixelAndFourTurnsAreIdentity) {
                 ASSERT_EQ(a[y], r1.getPixel(c, y));
             }
         }
+        ASSERT_FALSE(r1.sampleRow(H, a) || r1.sampleColumn(W, a));
         for (int line = 0; line < 10; ++line) {
             const unsigned x0 = rng() % W, y0 = rng() % H, x1 = rng() % W, y1 = rng() % H;
             ASSERT_TRUE(r1.sampleLine(x0, y0, x1, y1, a));
@@ -108,7 +88,22 @@ TEST(ImageRotate90, AgreesWithGetPixelAndFourTurnsAreIdentity) {
         }
         ASSERT_FALSE(r1.sampleLine(0, 0, W, 0, a));
         ASSERT_TRUE(a.empty());
+
+        // Writes go through to the wrapped pixel and return the old value;
+        // outside the view nothing is written.
+        const unsigned x = rng() % W, y = rng() % H;
+        const auto old = image.getPixel(int(y), int(h - 1 - x));
+        const auto value = static_cast<unsigned char>(old ^ 0x5A);
+        ASSERT_EQ(r1.setPixel(int(x), int(y), value), old);
+        ASSERT_EQ(image.getPixel(int(y), int(h - 1 - x)), value);
+        const std::vector<unsigned char> before = pixels;
+        ASSERT_EQ(r1.setPixel(int(W), 0, 9) + r1.setPixel(-1, 0, 9), 0);
+        ASSERT_EQ(pixels, before);
     }
+    std::vector<unsigned char> some(4);
+    Image empty(some.data(), 0, 4);
+    EXPECT_TRUE(ImageRotate90(empty).isEmpty());
+    EXPECT_FALSE(ImageRotate90(empty).sampleLine(Point2D(0, 0, 1), Point2D(3, 3, 1), a));
 }
 
 } // namespace

@@ -47,24 +47,19 @@ std::vector<std::pair<long, long>> referenceWalk(long x0, long y0, long x1, long
 TEST(Image, PixelAccessIsBoundsChecked) {
     std::vector<unsigned char> pixels = {1, 2, 3, 4, 5, 6};
     Image image(pixels.data(), 3, 2);
-    EXPECT_EQ(image.width(), 3u);
-    EXPECT_EQ(image.height(), 2u);
-    EXPECT_FALSE(image.isEmpty());
-    EXPECT_TRUE(Image(pixels.data(), 0, 2).isEmpty());
-    EXPECT_TRUE(Image(pixels.data(), 3, 0).isEmpty());
-
-    EXPECT_EQ(image.getPixel(2, 1), 6);
+    EXPECT_TRUE(image.width() == 3 && image.height() == 2 && !image.isEmpty());
+    EXPECT_TRUE(Image(pixels.data(), 0, 2).isEmpty() && Image(pixels.data(), 3, 0).isEmpty());
     for (auto [x, y] : {std::pair{-1, 0}, {3, 0}, {0, -1}, {0, 2}, {INT_MIN, INT_MIN}}) {
         EXPECT_EQ(image.getPixel(x, y), 0);
         EXPECT_EQ(image.setPixel(x, y, 99), 0);
     }
     EXPECT_EQ(pixels, (std::vector<unsigned char>{1, 2, 3, 4, 5, 6}));
+    EXPECT_EQ(image.getPixel(2, 1), 6);
     EXPECT_EQ(image.setPixel(1, 1, 50), 5);
     EXPECT_EQ(pixels[4], 50);
 
     std::vector<unsigned char> out = {42};
-    EXPECT_FALSE(image.sampleRow(2, out));
-    EXPECT_FALSE(image.sampleColumn(3, out));
+    EXPECT_FALSE(image.sampleRow(2, out) || image.sampleColumn(3, out));
     EXPECT_EQ(out, std::vector<unsigned char>{42});
     EXPECT_TRUE(image.sampleRow(1, out));
     EXPECT_EQ(out, (std::vector<unsigned char>{4, 50, 6}));
@@ -72,23 +67,11 @@ TEST(Image, PixelAccessIsBoundsChecked) {
     EXPECT_EQ(out, (std::vector<unsigned char>{3, 6}));
 }
 
+// Random segments on random pictures against the closed form of the walk;
+// an end outside the picture is refused with an empty vector.
 TEST(Image, IntegerLinesFollowTheWalk) {
-    std::vector<unsigned char> pixels(25);
-    for (unsigned i = 0; i < 25; ++i) {
-        pixels[i] = static_cast<unsigned char>(10 * (i / 5) + i % 5); // 10·y + x
-    }
-    Image image(pixels.data(), 5, 5);
-    std::vector<unsigned char> out;
-    ASSERT_TRUE(image.sampleLine(3, 3, 3, 3, out));
-    EXPECT_EQ(out, std::vector<unsigned char>{33});
-    ASSERT_TRUE(image.sampleLine(0, 0, 4, 2, out));
-    EXPECT_EQ(out, (std::vector<unsigned char>{0, 11, 12, 23, 24}));
-    ASSERT_TRUE(image.sampleLine(0, 0, 2, 2, out));
-    EXPECT_EQ(out, (std::vector<unsigned char>{0, 11, 22}));
-    EXPECT_FALSE(image.sampleLine(0, 0, 5, 2, out));
-    EXPECT_TRUE(out.empty());
-
     std::mt19937 rng(1);
+    std::vector<unsigned char> out;
     for (int trial = 0; trial < 2000; ++trial) {
         const unsigned w = 1 + rng() % 60;
         const unsigned h = 1 + rng() % 60;
@@ -103,9 +86,9 @@ TEST(Image, IntegerLinesFollowTheWalk) {
             ASSERT_EQ(out[i], img.getPixel(walk[i].first, walk[i].second))
                 << x0 << "," << y0 << " -> " << x1 << "," << y1 << " sample " << i;
         }
-        // Any end outside the picture is refused.
         ASSERT_FALSE(img.sampleLine(x0, y0, x1, h + rng() % 3, out));
         ASSERT_TRUE(out.empty());
+        ASSERT_FALSE(img.sampleLine(w + rng() % 3, y0, x1, y1, out));
     }
 }
 

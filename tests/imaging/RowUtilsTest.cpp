@@ -34,52 +34,17 @@ Runs squeezed(const Row& row, unsigned char threshold) {
     return runs;
 }
 
-TEST(RowUtils, SqueezeExamples) {
+// Runs that do not fit in 16 bits saturate but keep their colour, in squeeze
+// and in filter, so the signs still alternate.
+TEST(RowUtils, SqueezeExamplesAndSaturation) {
     EXPECT_EQ(squeezed({10, 10, 200, 200, 200, 10}, 127), (Runs{-3, 3, -1}));
-    EXPECT_EQ(squeezed({10}, 127), Runs{-2});
-    EXPECT_EQ(squeezed({200}, 127), Runs{2});
-    EXPECT_EQ(squeezed(Row(5, 255), 127), Runs{6});
     EXPECT_EQ(squeezed({127, 126}, 127), (Runs{2, -1})); // equal to threshold is light
-    EXPECT_EQ(squeezed({0, 5, 0}, 0), Runs{4});
-    EXPECT_EQ(squeezed({254, 255, 0}, 255), (Runs{-2, 1, -1}));
     EXPECT_TRUE(squeezed({}, 127).empty());
-}
 
-// On random rows the runs alternate, add up to the length plus one, and
-// expand back into the row's dark/light pattern.
-TEST(RowUtils, SqueezeRunsDescribeTheRow) {
-    std::mt19937 rng(2);
-    Runs runs;
-    for (int trial = 0; trial < 2000; ++trial) {
-        const Row row = randomRow(rng);
-        const auto threshold = static_cast<unsigned char>(rng());
-        RowUtils::squeeze(row, runs, threshold);
-        ASSERT_FALSE(runs.empty());
-        long total = 0;
-        std::vector<bool> dark;
-        for (std::size_t i = 0; i < runs.size(); ++i) {
-            ASSERT_NE(runs[i], 0);
-            if (i > 0) {
-                ASSERT_NE(runs[i] < 0, runs[i - 1] < 0);
-            }
-            total += std::abs(runs[i]);
-            dark.insert(dark.end(), std::abs(runs[i]) - (i == 0 ? 1 : 0), runs[i] < 0);
-        }
-        ASSERT_EQ(total, long(row.size()) + 1);
-        for (std::size_t i = 0; i < row.size(); ++i) {
-            ASSERT_EQ(dark[i], row[i] < threshold);
-        }
-    }
-}
-
-// Runs that do not fit in 16 bits saturate but keep their colour, so the
-// signs still alternate.
-TEST(RowUtils, SqueezeSaturatesLongRuns) {
     Row row(40000, 0);
     row.insert(row.end(), 3, 255);
     row.insert(row.end(), 70000, 0);
     EXPECT_EQ(squeezed(row, 127), (Runs{-32767, 3, -32767}));
-
     Runs runs = {-32767, 5, -100};
     RowUtils::filter(runs, 5);
     EXPECT_EQ(runs, Runs{-32767});
@@ -90,14 +55,15 @@ TEST(RowUtils, SqueezeSaturatesLongRuns) {
 
 // Every run against the plain per-sample loop, on lines of 0 to 5000 samples
 // and any threshold, binarised lines included, and on lines whose runs
-// overflow 16 bits.
-TEST(RowUtils, SqueezeMatchesTheReference) {
+// overflow 16 bits; and the runs alternate, add up to the length plus one and
+// expand back into the row's dark/light pattern.
+TEST(RowUtils, SqueezeMatchesTheReferenceAndDescribesTheRow) {
     std::mt19937 rng(21);
     Runs runs;
     Runs expected;
     for (int trial = 0; trial < 6000; ++trial) {
         const std::size_t n = trial % 10 == 0 ? rng() % 5001 : rng() % 300;
-        Row row = test::adversarialLine(rng, n, 1 + rng() % 64);
+        Row row = trial % 3 == 0 ? randomRow(rng) : test::adversarialLine(rng, n, 1 + rng() % 64);
         unsigned char threshold = static_cast<unsigned char>(rng());
         switch (rng() % 5) {
         case 0:
@@ -117,8 +83,21 @@ TEST(RowUtils, SqueezeMatchesTheReference) {
         runs.assign(1 + rng() % 9, 5); // stale content must go
         RowUtils::squeeze(row, runs, threshold);
         test::LineReference::squeeze(row, expected, threshold);
-        ASSERT_EQ(runs, expected) << "trial " << trial << ", " << n << " samples, threshold "
-                                  << int(threshold);
+        ASSERT_EQ(runs, expected) << "trial " << trial << ", " << row.size()
+                                  << " samples, threshold " << int(threshold);
+        ASSERT_EQ(runs.empty(), row.empty());
+        long total = 0;
+        std::vector<bool> dark;
+        for (std::size_t i = 0; i < runs.size(); ++i) {
+            ASSERT_NE(runs[i], 0);
+            ASSERT_TRUE(i == 0 || (runs[i] < 0) != (runs[i - 1] < 0));
+            total += std::abs(runs[i]);
+            dark.insert(dark.end(), std::abs(runs[i]) - (i == 0 ? 1 : 0), runs[i] < 0);
+        }
+        ASSERT_EQ(total, row.empty() ? 0 : long(row.size()) + 1);
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            ASSERT_EQ(dark[i], row[i] < threshold);
+        }
     }
     for (const std::size_t first : {32766u, 32767u, 32768u, 40000u}) {
         Row row(first, 0);
@@ -131,23 +110,22 @@ TEST(RowUtils, SqueezeMatchesTheReference) {
 }
 
 TEST(RowUtils, FilterExamples) {
-    Runs runs = {-5, 2, -1, 6};
-    RowUtils::filter(runs, 2);
-    EXPECT_EQ(runs, (Runs{-8, 6}));
-    runs = {-3, 1, -4};
-    RowUtils::filter(runs, 0);
-    EXPECT_EQ(runs, (Runs{-3, 1, -4}));
-    RowUtils::filter(runs, 1);
-    EXPECT_EQ(runs, Runs{-8});
-    runs = {1};
-    RowUtils::filter(runs, 5);
-    EXPECT_EQ(runs, Runs{1});
-    runs = {2, -9, 3};
-    RowUtils::filter(runs, 5);
-    EXPECT_EQ(runs, (Runs{2, -12})); // the short first run keeps its colour
-    runs = {4, 0, -1};
-    RowUtils::filter(runs, 5);
-    EXPECT_EQ(runs, Runs{5}); // a zero is never flipped but merges as light
+    struct Case {
+        Runs in;
+        unsigned long maxLength;
+        Runs out;
+    };
+    const Case cases[] = {
+        {{-5, 2, -1, 6}, 2, {-8, 6}}, {{-3, 1, -4}, 0, {-3, 1, -4}},
+        {{-3, 1, -4}, 1, {-8}},       {{1}, 5, {1}},
+        {{2, -9, 3}, 5, {2, -12}}, // the short first run keeps its colour
+        {{4, 0, -1}, 5, {5}},      // a zero is never flipped but merges as light
+    };
+    for (const Case& c : cases) {
+        Runs runs = c.in;
+        RowUtils::filter(runs, c.maxLength);
+        EXPECT_EQ(runs, c.out) << c.maxLength;
+    }
 }
 
 // On random run vectors: the total is kept, the first colour is kept, the
@@ -179,23 +157,18 @@ TEST(RowUtils, FilterRemovesShortInnerRuns) {
     }
 }
 
-TEST(RowUtils, FindWhiteAndFindBlack) {
+TEST(RowUtils, FindAndStatistics) {
     EXPECT_EQ(RowUtils::findWhite({10, 100, 100, 101, 5}, 100), 3u);
     EXPECT_EQ(RowUtils::findWhite({10, 100}, 100), 2u);
     EXPECT_EQ(RowUtils::findWhite({}, 100), 0u);
     EXPECT_EQ(RowUtils::findBlack({200, 100, 99, 250}, 100), 2u);
     EXPECT_EQ(RowUtils::findBlack({200, 100}, 100), 2u);
     EXPECT_EQ(RowUtils::findBlack({}, 100), 0u);
-}
 
-TEST(RowUtils, StatisticsMatchDoublePrecision) {
     EXPECT_EQ(RowUtils::calculateMean({}), 0);
     EXPECT_EQ(RowUtils::calculateDeviation({}, 3), 0);
     EXPECT_EQ(RowUtils::calculateStandardDeviation({}), 0);
-    EXPECT_EQ(RowUtils::calculateMean({1, 2}), 1.5f);
-    EXPECT_EQ(RowUtils::calculateDeviation({1, 3}, 2), 1); // divides by n
-    EXPECT_EQ(RowUtils::calculateDeviation({1, 3}, 0), std::sqrt(5.0f));
-
+    EXPECT_EQ(RowUtils::calculateDeviation({1, 3}, 0), std::sqrt(5.0f)); // divides by n
     std::mt19937 rng(6);
     for (int trial = 0; trial < 500; ++trial) {
         const Row row = randomRow(rng);
@@ -218,9 +191,9 @@ TEST(RowUtils, StatisticsMatchDoublePrecision) {
     }
 }
 
-// The word-wise reversal of gray lines against std::reverse at every length
-// up to a few words, and the chunked sum against a plain one, wrapping
-// round 32 bits like it.
+// The word-wise reversal of gray lines and runs against std::reverse at
+// every length up to a few words, and the chunked sum against a plain one,
+// wrapping round 32 bits like it.
 TEST(RowUtils, ReverseAndSumMatchPlainLoops) {
     std::mt19937 rng(23);
     for (std::size_t n = 0; n <= 100; ++n) {
@@ -245,21 +218,6 @@ TEST(RowUtils, ReverseAndSumMatchPlainLoops) {
     const Row bright(16843010, 255); // sums to 2^32 + 254
     EXPECT_EQ(RowUtils::sumSamples(bright.data(), bright.size()), 254u);
     EXPECT_EQ(RowUtils::calculateMean(bright), 254.0f / 16843010.0f);
-}
-
-TEST(RowUtils, ReverseInPlace) {
-    Row odd = {1, 2, 3, 4, 5};
-    RowUtils::reverse(odd);
-    EXPECT_EQ(odd, (Row{5, 4, 3, 2, 1}));
-    Runs even = {-1, 2, -3, 4};
-    RowUtils::reverse(even);
-    EXPECT_EQ(even, (Runs{4, -3, 2, -1}));
-    Row one = {7};
-    RowUtils::reverse(one);
-    EXPECT_EQ(one, Row{7});
-    Row empty;
-    RowUtils::reverse(empty);
-    EXPECT_TRUE(empty.empty());
 }
 
 } // namespace

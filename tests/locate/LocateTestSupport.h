@@ -2,6 +2,7 @@
 
 #include "pdf417scan/imaging/Line2D.h"
 #include "pdf417scan/imaging/Point2D.h"
+#include "tests/support/MessageSymbol.h"
 #include "tests/support/SymbolCase.h"
 #include "tests/support/SymbolRenderer.h"
 #include "tests/support/ZintPdf417.h"
@@ -15,21 +16,12 @@
 namespace pdf417 {
 namespace test {
 
-// A symbol of exactly rows x dataColumns from libzint, filled with as much
-// text as fits so that its codewords vary.
+// A symbol of exactly rows x dataColumns from libzint, filled with text.
 inline bool makeSymbol(int rows, int dataColumns, unsigned seed, Pdf417Modules& out) {
-    const int ecl = rows * dataColumns >= 64 ? 2 : 0;
-    for (int length = 2 * (rows * dataColumns - 1 - (2 << ecl)); length >= 1;
-         length = length * 3 / 4) {
-        std::string text;
-        for (int i = 0; i < length; ++i) {
-            text += static_cast<char>('A' + (i * 7 + seed) % 26);
-        }
-        if (encodePdf417(text, {dataColumns, ecl, rows}, out)) {
-            return true;
-        }
-    }
-    return false;
+    std::mt19937 rng(seed);
+    std::string message;
+    return encodeMessageSymbol(MessageKind::Text, rows, dataColumns,
+                               rows * dataColumns >= 64 ? 2 : 0, 1.0, rng, message, out);
 }
 
 // Random symbols the detector is built to find: rows and data columns up to

@@ -38,27 +38,6 @@ Words concat(std::initializer_list<Words> parts) {
     return all;
 }
 
-// Base-900 digits of the decimal number `digits`, most significant first, by
-// long division: an encoder written independently of the decoder's method.
-Words base900(std::string digits) {
-    Words out;
-    while (!(digits.empty() || (digits.size() == 1 && digits[0] == '0'))) {
-        std::string quotient;
-        unsigned remainder = 0;
-        for (const char c : digits) {
-            remainder = remainder * 10 + static_cast<unsigned>(c - '0');
-            const unsigned q = remainder / 900;
-            remainder %= 900;
-            if (!quotient.empty() || q != 0) {
-                quotient += static_cast<char>('0' + q);
-            }
-        }
-        out.insert(out.begin(), static_cast<unsigned short>(remainder));
-        digits = quotient;
-    }
-    return out;
-}
-
 // The five base-900 codewords of six bytes.
 Words byteGroup(const unsigned char (&bytes)[6]) {
     std::uint64_t value = 0;
@@ -73,40 +52,23 @@ Words byteGroup(const unsigned char (&bytes)[6]) {
     return words;
 }
 
+// 1 is "AB", 2 is "AC": too large a descriptor is cut to the vector, a
+// smaller one hides the rest, and 0 or 1 leave nothing.
 TEST(Decoder, LengthDescriptorBoundsTheRange) {
-    std::vector<unsigned char> out = {1, 2, 3};
-    EXPECT_TRUE(Decoder::decode({}, out));
-    EXPECT_TRUE(out.empty());
-    out = {1};
-    EXPECT_TRUE(Decoder::decode({0}, out));
-    EXPECT_TRUE(out.empty());
-    EXPECT_TRUE(Decoder::decode({0, 1, 2}, out));
-    EXPECT_TRUE(out.empty());
-    EXPECT_TRUE(Decoder::decode({1}, out));
-    EXPECT_TRUE(out.empty());
-    EXPECT_TRUE(Decoder::decode({1, 5, 6}, out));
-    EXPECT_TRUE(out.empty());
-
-    // 1 is "AB", 2 is "AC": too large a descriptor is cut to the vector,
-    // a smaller one hides the rest.
-    EXPECT_TRUE(Decoder::decode({100, 1, 2}, out));
-    EXPECT_EQ(std::string(out.begin(), out.end()), "ABAC");
-    EXPECT_TRUE(Decoder::decode({2, 1, 2}, out));
-    EXPECT_EQ(std::string(out.begin(), out.end()), "AB");
-    EXPECT_TRUE(Decoder::decode({65535, 1}, out));
-    EXPECT_EQ(std::string(out.begin(), out.end()), "AB");
+    const std::pair<Words, std::string> cases[] = {
+        {{}, ""},        {{0}, ""},         {{0, 1, 2}, ""},       {{1}, ""},
+        {{1, 5, 6}, ""}, {{2, 1, 2}, "AB"}, {{100, 1, 2}, "ABAC"}, {{65535, 1}, "AB"}};
+    for (const auto& [words, expected] : cases) {
+        std::vector<unsigned char> out = {1, 2, 3};
+        EXPECT_TRUE(Decoder::decode(words, out));
+        EXPECT_EQ(std::string(out.begin(), out.end()), expected) << testing::PrintToString(words);
+    }
 }
 
+// Alpha and Lower, and whole words of every submode, are read in the
+// libzint round trip; here the Mixed and Punct tables (libzint may never use
+// Punct for a character Mixed also has), the shifts and the odd cases.
 TEST(Decoder, TextSubmodes) {
-    std::vector<unsigned> all(26);
-    for (unsigned v = 0; v < 26; ++v) {
-        all[v] = v;
-    }
-    EXPECT_EQ(decoded(text(all)), "ABCDEFGHIJKLMNOPQRSTUVWXYZ");
-    all.insert(all.begin(), 27);
-    all.push_back(26);
-    EXPECT_EQ(decoded(text(all)), "abcdefghijklmnopqrstuvwxyz ");
-
     // Mixed: every character, then back to Alpha.
     std::vector<unsigned> mixed = {28};
     for (unsigned v = 0; v < 25; ++v) {
@@ -192,34 +154,20 @@ TEST(Decoder, NumericCompaction) {
     EXPECT_EQ(decoded({902, 17}), "7");
     EXPECT_EQ(decoded({902}), "");
 
-    std::mt19937 rng(4);
-    for (int round = 0; round < 300; ++round) {
-        const std::size_t length = 1 + rng() % 44;
-        std::string digits;
-        for (std::size_t i = 0; i < length; ++i) {
-            digits += static_cast<char>('0' + rng() % 10);
-        }
-        const Words group = base900("1" + digits);
-        ASSERT_LE(group.size(), 15u);
-        ASSERT_EQ(decoded(concat({{902}, group})), digits);
-    }
-    // A run of 16 codewords is a group of 15 and a group of 1.
-    const std::string digits44 = "12345678901234567890123456789012345678901234";
-    const Words full = base900("1" + digits44);
-    ASSERT_EQ(full.size(), 15u);
-    EXPECT_EQ(decoded(concat({{902}, full, {17}, {900}, text({0})})), digits44 + "7A");
-
+    // Whole and partial groups of libzint's numeric compaction are read in
+    // the round trip. Counts past a group are held to its 15 codewords.
     std::array<unsigned short, 15> group{};
-    std::vector<unsigned char> out;
+    std::vector<unsigned char> out, held;
     Decoder::base900toBase10(group, 0, out);
     EXPECT_TRUE(out.empty());
-    std::copy(full.begin(), full.end(), group.begin());
+    std::mt19937 rng(4);
+    for (auto& codeword : group) {
+        codeword = static_cast<unsigned short>(1 + rng() % 899);
+    }
     Decoder::base900toBase10(group, 15, out);
-    EXPECT_EQ(std::string(out.begin(), out.end()), digits44);
-    // Counts past the group are held to its 15 codewords.
-    out.clear();
-    Decoder::base900toBase10(group, 1000, out);
-    EXPECT_EQ(std::string(out.begin(), out.end()), digits44);
+    Decoder::base900toBase10(group, 1000, held);
+    EXPECT_GE(out.size(), 41u); // 42 to 45 digits, less a leading 1
+    EXPECT_EQ(out, held);
     // Out-of-range values convert without overflow: 15 × 65535 stays within
     // the 64 digits.
     group.fill(65535);

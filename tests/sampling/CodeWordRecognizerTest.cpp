@@ -89,9 +89,7 @@ TEST(CodeWordRecognizer, LowResolutionReadingRates) {
     std::mt19937 rng(77);
     for (const Band& band : bands) {
         std::uniform_real_distribution<double> scale(band.from, band.to);
-        int refused = 0;
-        int wrong = 0;
-        int total = 0;
+        int refused = 0, wrong = 0, total = 0;
         for (int pass = 0; pass < 2; ++pass) {
             for (const CodewordPattern& p : patterns()) {
                 const CodeWord cw = recognizer.recognize(cameraSamples(p, scale(rng), rng));
@@ -100,22 +98,18 @@ TEST(CodeWordRecognizer, LowResolutionReadingRates) {
                 wrong += cw.isValid() && cw != expectedOf(p) ? 1 : 0;
             }
         }
-        const double refusedRate = static_cast<double>(refused) / total;
-        const double wrongRate = static_cast<double>(wrong) / total;
-        RecordProperty("band_" + std::to_string(band.from),
-                       std::to_string(refusedRate) + " refused, " + std::to_string(wrongRate) +
-                           " wrong");
-        EXPECT_LE(refusedRate, band.maxRefused) << band.from << "-" << band.to << " px/module";
-        EXPECT_LE(wrongRate, band.maxWrong) << band.from << "-" << band.to << " px/module";
+        EXPECT_LE(double(refused) / total, band.maxRefused) << band.from << "-" << band.to;
+        EXPECT_LE(double(wrong) / total, band.maxWrong) << band.from << "-" << band.to;
     }
 }
 
 TEST(CodeWordRecognizer, RefusesFlatShortAndMalformedStretches) {
     CodeWordRecognizer recognizer;
     std::mt19937 rng(3);
-    EXPECT_FALSE(recognizer.recognize({}).isValid());
-    EXPECT_FALSE(recognizer.recognize({0}).isValid());
-    EXPECT_FALSE(recognizer.recognize(std::vector<unsigned char>(68, 128)).isValid());
+    for (const auto& samples :
+         {std::vector<unsigned char>{}, {0}, std::vector<unsigned char>(68, 128)}) {
+        EXPECT_FALSE(recognizer.recognize(samples).isValid()) << samples.size();
+    }
 
     const CodewordPattern& p = patterns()[123];
     const auto modules = test::patternModules(p.widths);
@@ -157,41 +151,10 @@ TEST(CodeWordRecognizer, RefusesFlatShortAndMalformedStretches) {
     }
 }
 
-// Binary stretches at 4 samples per module, cut so that each repair of the
-// run list is needed for the right answer.
-TEST(CodeWordRecognizer, RepairsTheEndsOfTheRunList) {
-    CodeWordRecognizer recognizer;
-    std::mt19937 rng(9);
-    test::LineStyle style;
-    style.pixelsPerModule = 4.0;
-    style.dark = 0.0;
-    style.light = 255.0;
-    int checked = 0;
-    for (std::size_t i = 0; i < patterns().size(); i += 7) {
-        const CodewordPattern& p = patterns()[i];
-        std::vector<std::uint8_t> line(4, 0);
-        const auto modules = test::patternModules(p.widths);
-        line.insert(line.end(), modules.begin(), modules.end());
-        line.insert(line.end(), {1, 1, 0, 0});
-        // A light run in front (the previous codeword's space) is dropped.
-        EXPECT_EQ(recognizer.recognize(test::renderModuleLine(line, 3.5, 20.5, style, rng)),
-                  expectedOf(p));
-        // The next codeword's bar at the end makes a ninth run, dropped.
-        EXPECT_EQ(recognizer.recognize(test::renderModuleLine(line, 4.5, 21.5, style, rng)),
-                  expectedOf(p));
-        // A stretch ending on the last bar gets its closing space back.
-        const double last = p.widths[7];
-        EXPECT_EQ(
-            recognizer.recognize(test::renderModuleLine(line, 4 - last, 21 - last, style, rng)),
-            expectedOf(p));
-        ++checked;
-    }
-    EXPECT_EQ(checked, 399);
-}
-
 // The recogniser against the plain loop over its weights, on stretches cut
 // anywhere along a line of codewords (so that many need several weights or
-// fail after all of them), from 1 to 9 pixels per module, and on noise.
+// fail after all of them, and the run list needs each of its repairs at the
+// ends), from 1 to 9 pixels per module, and on noise.
 TEST(CodeWordRecognizer, MatchesTheReferenceLoop) {
     CodeWordRecognizer recognizer;
     std::mt19937 rng(31);

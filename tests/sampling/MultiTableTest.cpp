@@ -76,15 +76,11 @@ TEST(MultiTable, GeometryAddAndClear) {
     EXPECT_FALSE(table->add(1, 0, 5));
     EXPECT_FALSE(table->get(0, 0).codeWord.isValid());
 
-    table->clear(40, 100, 12);
-    EXPECT_EQ(table->width(), 30u);
-    EXPECT_EQ(table->height(), 90u);
-    EXPECT_EQ(table->ecl(), 8u);
+    table->clear(40, 100, 12); // held to 30 columns, 90 rows, level 8
+    EXPECT_TRUE(table->width() == 30 && table->height() == 90 && table->ecl() == 8);
 
-    table->clear(7, 9, 3);
-    EXPECT_FALSE(table->add(0, 0, 5));
-    EXPECT_FALSE(table->add(6, 0, 5));
-    EXPECT_FALSE(table->add(3, 9, 5));
+    table->clear(7, 9, 3); // indicator columns and rows past the last take no votes
+    EXPECT_FALSE(table->add(0, 0, 5) || table->add(6, 0, 5) || table->add(3, 9, 5));
     for (unsigned long row = 0; row < 9; ++row) {
         for (unsigned long column = 1; column <= 5; ++column) {
             ASSERT_TRUE(table->add(column, row, static_cast<unsigned short>(row * 10 + column)));
@@ -113,9 +109,8 @@ TEST(MultiTable, GetDataFollowsTheLengthDescriptor) {
     MultiTable::TableData data;
     data.codeWords.resize(3);
     data.ecCount = 7;
-    EXPECT_FALSE(table->getData(data));
-    EXPECT_TRUE(data.codeWords.empty());
-    EXPECT_EQ(data.ecCount, 0u);
+    EXPECT_FALSE(table->getData(data)); // no geometry, no data columns, too few rows
+    EXPECT_TRUE(data.codeWords.empty() && data.ecCount == 0);
     table->clear(2, 10, 0);
     EXPECT_FALSE(table->getData(data));
     table->clear(5, 2, 0);

@@ -27,59 +27,43 @@ CodeWord cw(unsigned short value, int cluster) {
 // 3 x level + (rows - 1) mod 3 and cluster 6 data columns - 1, each plus 30
 // per group of three rows.
 TEST(SamplerTableParameters, VoteRules) {
-    Params p;
-    // Each value once: not enough; twice: enough.
-    std::vector<CodeWord> once = {cw(30 + 6, 0), cw(3 * 4 + 2, 1), cw(60 + 9, 2)};
-    EXPECT_FALSE(Sampler::decodeTableParameters(once, p));
+    const std::vector<CodeWord> once = {cw(30 + 6, 0), cw(3 * 4 + 2, 1), cw(60 + 9, 2)};
     std::vector<CodeWord> twice = once;
     twice.insert(twice.end(), once.begin(), once.end());
     twice.insert(twice.end(), 5, CodeWord()); // unreadable scans do not count
-    ASSERT_TRUE(Sampler::decodeTableParameters(twice, p));
-    EXPECT_EQ(p.rows, 3 * 6 + 2 + 1);
-    EXPECT_EQ(p.columns, 9 + 3);
-    EXPECT_EQ(p.ecl, 4);
-
-    // A level seen once is taken as 0; so is one beyond 8 (m of 27 to 29),
-    // whose rows remainder still counts.
-    std::vector<CodeWord> levels = {cw(6, 0),         cw(6, 0), cw(3 * 2 + 1, 1),
-                                    cw(3 * 5 + 1, 1), cw(4, 2), cw(4, 2)};
-    ASSERT_TRUE(Sampler::decodeTableParameters(levels, p));
-    EXPECT_EQ(p.rows, 3 * 6 + 1 + 1);
-    EXPECT_EQ(p.ecl, 0);
-    levels = {cw(6, 0), cw(6, 0), cw(28, 1), cw(28, 1), cw(28, 1), cw(4, 2), cw(4, 2)};
-    ASSERT_TRUE(Sampler::decodeTableParameters(levels, p));
-    EXPECT_EQ(p.rows, 3 * 6 + 1 + 1);
-    EXPECT_EQ(p.ecl, 0);
-
-    // Ties go to the lowest value.
-    std::vector<CodeWord> ties = {cw(5, 0), cw(5, 0), cw(3, 0),      cw(3, 0),  cw(4, 1),
-                                  cw(4, 1), cw(3, 1), cw(3, 1),      cw(11, 2), cw(11, 2),
-                                  cw(7, 2), cw(7, 2), cw(90 + 3, 1), cw(120, 1)};
-    ASSERT_TRUE(Sampler::decodeTableParameters(ties, p));
-    EXPECT_EQ(p.rows, 3 * 3 + 0 + 1);
-    EXPECT_EQ(p.columns, 7 + 3);
-    EXPECT_EQ(p.ecl, 1);
-
-    // m = 28 for the columns gives 31: refused, with the rows already stored.
-    Params partial;
-    std::vector<CodeWord> wide = {cw(0, 0), cw(0, 0), cw(2, 1), cw(2, 1), cw(28, 2), cw(28, 2)};
-    EXPECT_FALSE(Sampler::decodeTableParameters(wide, partial));
-    EXPECT_EQ(partial.rows, 3);
-    wide[4] = wide[5] = cw(27, 2);
-    ASSERT_TRUE(Sampler::decodeTableParameters(wide, p));
-    EXPECT_EQ(p.columns, 30);
-
-    // Fewer than three rows, and the largest table, 90 rows.
-    std::vector<CodeWord> small = {cw(0, 0), cw(0, 0), cw(1, 1), cw(1, 1), cw(0, 2), cw(0, 2)};
-    EXPECT_FALSE(Sampler::decodeTableParameters(small, p));
-    std::vector<CodeWord> tall = {cw(29, 0), cw(29, 0), cw(26, 1), cw(26, 1), cw(0, 2), cw(0, 2)};
-    ASSERT_TRUE(Sampler::decodeTableParameters(tall, p));
-    EXPECT_EQ(p.rows, 90);
-    EXPECT_EQ(p.ecl, 8);
-    EXPECT_EQ(p.columns, 3);
-    // Rows and columns each need two votes; a column value alone fails.
-    EXPECT_FALSE(Sampler::decodeTableParameters({cw(0, 2), cw(0, 2)}, p));
-    EXPECT_FALSE(Sampler::decodeTableParameters({}, p));
+    // On success the parameters read, and on the refusal of 31 columns the
+    // rows already stored; -1 where nothing is promised.
+    const auto check = [](const char* what, const std::vector<CodeWord>& scans, bool ok, int rows,
+                          int columns, int ecl) {
+        Params p;
+        EXPECT_EQ(Sampler::decodeTableParameters(scans, p), ok) << what;
+        for (const auto& [got, want] :
+             {std::pair{int(p.rows), rows}, {int(p.columns), columns}, {int(p.ecl), ecl}}) {
+            EXPECT_TRUE(want < 0 || got == want) << what << ": " << got << " for " << want;
+        }
+    };
+    check("each value once is not enough", once, false, -1, -1, -1);
+    check("twice is", twice, true, 3 * 6 + 2 + 1, 9 + 3, 4);
+    check("a level seen once is taken as 0",
+          {cw(6, 0), cw(6, 0), cw(3 * 2 + 1, 1), cw(3 * 5 + 1, 1), cw(4, 2), cw(4, 2)}, true,
+          3 * 6 + 1 + 1, 4 + 3, 0);
+    check("so is one beyond 8, whose rows remainder still counts",
+          {cw(6, 0), cw(6, 0), cw(28, 1), cw(28, 1), cw(28, 1), cw(4, 2), cw(4, 2)}, true,
+          3 * 6 + 1 + 1, 4 + 3, 0);
+    check("ties go to the lowest value",
+          {cw(5, 0), cw(5, 0), cw(3, 0), cw(3, 0), cw(4, 1), cw(4, 1), cw(3, 1), cw(3, 1),
+           cw(11, 2), cw(11, 2), cw(7, 2), cw(7, 2), cw(90 + 3, 1), cw(120, 1)},
+          true, 3 * 3 + 0 + 1, 7 + 3, 1);
+    check("31 columns are refused", {cw(0, 0), cw(0, 0), cw(2, 1), cw(2, 1), cw(28, 2), cw(28, 2)},
+          false, 3, -1, -1);
+    check("30 are not", {cw(0, 0), cw(0, 0), cw(2, 1), cw(2, 1), cw(27, 2), cw(27, 2)}, true, 3, 30,
+          0);
+    check("fewer than three rows", {cw(0, 0), cw(0, 0), cw(1, 1), cw(1, 1), cw(0, 2), cw(0, 2)},
+          false, -1, -1, -1);
+    check("the largest table", {cw(29, 0), cw(29, 0), cw(26, 1), cw(26, 1), cw(0, 2), cw(0, 2)},
+          true, 90, 3, 8);
+    check("rows and columns each need two votes", {cw(0, 2), cw(0, 2)}, false, -1, -1, -1);
+    check("nothing", {}, false, -1, -1, -1);
 }
 
 // The left indicator columns of libzint symbols, each row read a few times,
@@ -122,17 +106,14 @@ TEST(SamplerTableParameters, LibzintIndicatorColumns) {
     }
 }
 
-std::vector<CodeWord> clusters(const std::vector<int>& of) {
-    std::vector<CodeWord> words;
-    for (std::size_t i = 0; i < of.size(); ++i) {
-        words.push_back(of[i] < 0 ? CodeWord() : cw(static_cast<unsigned short>(100 + i), of[i]));
-    }
-    return words;
-}
-
 TEST(SamplerRows, FilterRowDropsLoneClusters) {
+    // Codewords of the given clusters (-1: unreadable), and what is left.
     const auto filtered = [](std::vector<int> of) {
-        auto words = clusters(of);
+        std::vector<CodeWord> words;
+        for (std::size_t i = 0; i < of.size(); ++i) {
+            words.push_back(of[i] < 0 ? CodeWord()
+                                      : cw(static_cast<unsigned short>(100 + i), of[i]));
+        }
         Sampler::filterRow(words);
         std::vector<int> left;
         for (const CodeWord& w : words) {
@@ -149,14 +130,11 @@ TEST(SamplerRows, FilterRowDropsLoneClusters) {
     // Left to right, a removal is seen by the next test: the second 1 stays.
     EXPECT_EQ(filtered({0, 1, 0, 1}), (std::vector<int>{0, -1, 0, 1}));
     // Only lines of 2 to 30 codewords are filtered.
-    std::vector<int> long31(31, 0);
-    long31[5] = 2;
-    EXPECT_EQ(filtered(long31), long31);
-    std::vector<int> long30(30, 0);
-    long30[5] = 2;
-    std::vector<int> expected30 = long30;
-    expected30[5] = -1;
-    EXPECT_EQ(filtered(long30), expected30);
+    for (const std::size_t length : {30u, 31u}) {
+        std::vector<int> line(length, 0);
+        line[5] = 2;
+        EXPECT_EQ(filtered(line)[5], length == 30 ? -1 : 2);
+    }
 }
 
 TEST(SamplerRows, ApplyRowFollowsClusterChanges) {

@@ -18,58 +18,28 @@ namespace test {
 
 namespace {
 
-// Closes a descriptor once, whichever path leaves the function.
-class Fd {
-public:
-    Fd() = default;
-    ~Fd() { close(); }
-    Fd(const Fd&) = delete;
-    Fd& operator=(const Fd&) = delete;
-
-    int get() const { return fd_; }
-    int* out() { return &fd_; }
-    void close() {
-        if (fd_ >= 0) {
-            ::close(fd_);
-            fd_ = -1;
-        }
+void closeFd(int& fd) {
+    if (fd >= 0) {
+        ::close(fd);
+        fd = -1;
     }
-
-private:
-    int fd_ = -1;
-};
-
-bool makePipe(Fd& read, Fd& write) {
-    int fds[2];
-    if (::pipe2(fds, O_CLOEXEC) != 0) {
-        return false;
-    }
-    *read.out() = fds[0];
-    *write.out() = fds[1];
-    return true;
 }
 
-// A pseudo-terminal: `master` reads what is written to `slave`.
-bool openTerminal(Fd& master, Fd& slave) {
-    *master.out() = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    if (master.get() < 0 || ::grantpt(master.get()) != 0 || ::unlockpt(master.get()) != 0) {
-        return false;
-    }
-    const char* name = ::ptsname(master.get());
-    if (name == nullptr) {
-        return false;
-    }
-    *slave.out() = ::open(name, O_RDWR | O_NOCTTY | O_CLOEXEC);
-    if (slave.get() < 0) {
-        return false;
-    }
+// The child's end of a pseudo-terminal in slave, the end that reads what it
+// writes in master.
+bool openTerminal(int& master, int& slave) {
+    master = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    const char* name = master < 0 || ::grantpt(master) != 0 || ::unlockpt(master) != 0
+                           ? nullptr
+                           : ::ptsname(master);
+    slave = name == nullptr ? -1 : ::open(name, O_RDWR | O_NOCTTY | O_CLOEXEC);
     // Keep the child's bytes as they are (no newline translation).
     termios mode;
-    if (::tcgetattr(slave.get(), &mode) == 0) {
+    if (slave >= 0 && ::tcgetattr(slave, &mode) == 0) {
         ::cfmakeraw(&mode);
-        ::tcsetattr(slave.get(), TCSANOW, &mode);
+        ::tcsetattr(slave, TCSANOW, &mode);
     }
-    return true;
+    return slave >= 0;
 }
 
 } // namespace
@@ -77,29 +47,25 @@ bool openTerminal(Fd& master, Fd& slave) {
 ChildProcess::Result ChildProcess::run(const std::vector<std::string>& argv,
                                        const std::string& input, bool errToTerminal) {
     Result result;
-    if (argv.empty()) {
-        return result;
-    }
     // A child that stops reading must not kill the test with SIGPIPE.
     ::signal(SIGPIPE, SIG_IGN);
-
-    Fd inRead, inWrite, outRead, outWrite, errRead, errWrite;
-    if (!makePipe(inRead, inWrite) || !makePipe(outRead, outWrite)) {
-        return result;
-    }
-    if (errToTerminal) {
-        if (!openTerminal(errRead, errWrite)) {
-            return result;
+    // Read and write ends of standard input, output and error.
+    int in[2] = {-1, -1}, out[2] = {-1, -1}, err[2] = {-1, -1};
+    const auto closeAll = [&] {
+        for (int* fd : {&in[0], &in[1], &out[0], &out[1], &err[0], &err[1]}) {
+            closeFd(*fd);
         }
-    } else if (!makePipe(errRead, errWrite)) {
+    };
+    if (argv.empty() || ::pipe2(in, O_CLOEXEC) != 0 || ::pipe2(out, O_CLOEXEC) != 0 ||
+        !(errToTerminal ? openTerminal(err[0], err[1]) : ::pipe2(err, O_CLOEXEC) == 0)) {
+        closeAll();
         return result;
     }
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, inRead.get(), 0);
-    posix_spawn_file_actions_adddup2(&actions, outWrite.get(), 1);
-    posix_spawn_file_actions_adddup2(&actions, errWrite.get(), 2);
-
+    posix_spawn_file_actions_adddup2(&actions, in[0], 0);
+    posix_spawn_file_actions_adddup2(&actions, out[1], 1);
+    posix_spawn_file_actions_adddup2(&actions, err[1], 2);
     std::vector<char*> args;
     for (const std::string& arg : argv) {
         args.push_back(const_cast<char*>(arg.c_str()));
@@ -108,10 +74,11 @@ ChildProcess::Result ChildProcess::run(const std::vector<std::string>& argv,
     pid_t pid = 0;
     const int spawned = posix_spawn(&pid, args[0], &actions, nullptr, args.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
-    inRead.close();
-    outWrite.close();
-    errWrite.close();
+    closeFd(in[0]);
+    closeFd(out[1]);
+    closeFd(err[1]);
     if (spawned != 0) {
+        closeAll();
         return result;
     }
 
@@ -119,46 +86,41 @@ ChildProcess::Result ChildProcess::run(const std::vector<std::string>& argv,
     // each other.
     std::size_t written = 0;
     if (input.empty()) {
-        inWrite.close();
+        closeFd(in[1]);
     } else {
-        ::fcntl(inWrite.get(), F_SETFL, O_NONBLOCK);
+        ::fcntl(in[1], F_SETFL, O_NONBLOCK);
     }
     char buffer[1 << 16];
-    while (outRead.get() >= 0 || errRead.get() >= 0) {
-        pollfd fds[3] = {
-            {outRead.get(), POLLIN, 0}, {errRead.get(), POLLIN, 0}, {inWrite.get(), POLLOUT, 0}};
+    while (out[0] >= 0 || err[0] >= 0) {
+        pollfd fds[3] = {{out[0], POLLIN, 0}, {err[0], POLLIN, 0}, {in[1], POLLOUT, 0}};
         if (::poll(fds, 3, -1) < 0) {
             if (errno == EINTR) {
                 continue;
             }
             break;
         }
-        Fd* readers[2] = {&outRead, &errRead};
+        int* readers[2] = {&out[0], &err[0]};
         std::string* sinks[2] = {&result.out, &result.err};
         for (int i = 0; i < 2; ++i) {
             if (fds[i].revents == 0) {
                 continue;
             }
-            const ssize_t got = ::read(readers[i]->get(), buffer, sizeof buffer);
+            const ssize_t got = ::read(*readers[i], buffer, sizeof buffer);
             if (got > 0) {
                 sinks[i]->append(buffer, static_cast<std::size_t>(got));
             } else if (got == 0 || errno != EINTR) {
-                // A terminal reports the closed far end as EIO.
-                readers[i]->close();
+                closeFd(*readers[i]); // a terminal reports the closed far end as EIO
             }
         }
         if (fds[2].revents != 0) {
-            const ssize_t put =
-                ::write(inWrite.get(), input.data() + written, input.size() - written);
-            if (put > 0) {
-                written += static_cast<std::size_t>(put);
-            }
+            const ssize_t put = ::write(in[1], input.data() + written, input.size() - written);
+            written += put > 0 ? static_cast<std::size_t>(put) : 0;
             if ((put < 0 && errno != EAGAIN && errno != EINTR) || written == input.size()) {
-                inWrite.close();
+                closeFd(in[1]);
             }
         }
     }
-    inWrite.close();
+    closeAll();
 
     int status = 0;
     while (::waitpid(pid, &status, 0) < 0) {

@@ -32,9 +32,9 @@ std::vector<Sample> bundledSamples() {
     std::vector<Sample> samples;
     for (const auto& entry : std::filesystem::directory_iterator(samplesDir())) {
         if (entry.path().extension() == ".png") {
-            std::filesystem::path txt = entry.path();
-            txt.replace_extension(".txt");
-            samples.push_back({entry.path().string(), readFile(txt)});
+            samples.push_back(
+                {entry.path().string(),
+                 readFile(std::filesystem::path(entry.path()).replace_extension(".txt"))});
         }
     }
     std::sort(samples.begin(), samples.end(),
@@ -42,41 +42,27 @@ std::vector<Sample> bundledSamples() {
     return samples;
 }
 
-// A camera-like frame of `message` encoded by libzint; empty pixels if
-// libzint refuses it.
-SymbolRenderer::Frame symbolFrame(const std::string& message, int width, int height,
-                                  std::uint64_t seed) {
+// A camera-like frame of `message` encoded by libzint (no pixels if libzint
+// refuses it); with no message, blank paper.
+SymbolRenderer::Frame frameOf(const std::string& message, int width, int height,
+                              std::uint64_t seed) {
+    SymbolRenderer::Frame frame;
     Pdf417Modules symbol;
-    if (!encodePdf417(message, {}, symbol)) {
-        return {};
+    if (message.empty()) {
+        frame.width = width;
+        frame.height = height;
+        frame.pixels.assign(static_cast<std::size_t>(width) * height, 200);
+    } else if (encodePdf417(message, {}, symbol)) {
+        SymbolRenderer::Options options;
+        options.frameWidth = width;
+        options.frameHeight = height;
+        options.moduleWidth = 4.0;
+        options.blurSigma = 0.6;
+        options.noiseSigma = 2.0;
+        options.seed = seed;
+        frame = SymbolRenderer().render(ModuleGrid(symbol), options);
     }
-    SymbolRenderer::Options options;
-    options.frameWidth = width;
-    options.frameHeight = height;
-    options.moduleWidth = 4.0;
-    options.blurSigma = 0.6;
-    options.noiseSigma = 2.0;
-    options.seed = seed;
-    SymbolRenderer renderer;
-    return renderer.render(ModuleGrid(symbol), options);
-}
-
-// Paper and ink with no symbol: random bars and spaces, no start pattern.
-SymbolRenderer::Frame paperFrame(int width, int height, std::uint64_t seed) {
-    ModuleGrid grid(120, 20);
-    std::mt19937 rng(static_cast<unsigned>(seed));
-    for (int row = 0; row < grid.rows(); ++row) {
-        for (int column = 0; column < grid.columns(); ++column) {
-            grid.set(column, row, rng() % 3 == 0);
-        }
-    }
-    SymbolRenderer::Options options;
-    options.frameWidth = width;
-    options.frameHeight = height;
-    options.noiseSigma = 2.0;
-    options.seed = seed;
-    SymbolRenderer renderer;
-    return renderer.render(grid, options);
+    return frame;
 }
 
 std::string pixels(const SymbolRenderer::Frame& frame) {
@@ -88,28 +74,6 @@ std::vector<std::string> lines(const std::string& text) {
     std::istringstream in(text);
     for (std::string line; std::getline(in, line);) {
         out.push_back(line);
-    }
-    return out;
-}
-
-std::string latin1ToUtf8(const std::string& bytes) {
-    std::string out;
-    for (const char c : bytes) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte < 0x80) {
-            out += c;
-        } else {
-            out += static_cast<char>(0xC0 | (byte >> 6));
-            out += static_cast<char>(0x80 | (byte & 0x3F));
-        }
-    }
-    return out;
-}
-
-std::string fromHex(const std::string& hex) {
-    std::string out;
-    for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
-        out += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
     }
     return out;
 }
@@ -150,73 +114,53 @@ TEST(Scanner, ReadsTheBundledSamples) {
     EXPECT_TRUE(contains(watched.err, "[1/21] " + samples[0].png)) << watched.err;
     EXPECT_TRUE(contains(watched.err, "[21/21] ")) << watched.err;
     EXPECT_EQ(watched.err.substr(watched.err.rfind('\r')), "\r\033[K");
-    const auto few = runScanner(std::vector<std::string>(20, samples[0].png), "", true);
-    EXPECT_EQ(few.err, "");
+    EXPECT_EQ(runScanner(std::vector<std::string>(20, samples[0].png), "", true).err, "");
 }
 
-TEST(Scanner, FrameWithoutSymbolExitsOne) {
-    ScratchDir dir;
-    ASSERT_TRUE(dir.ok());
-    const std::string empty = dir.file("no symbol.pgm");
-    ASSERT_TRUE(paperFrame(640, 360, 7).writePgm(empty));
-    const std::string sample = bundledSamples().at(0).png;
-
-    const auto alone = runScanner({empty});
-    EXPECT_EQ(alone.exitStatus, 1);
-    EXPECT_EQ(alone.out, "");
-    EXPECT_TRUE(contains(alone.err, empty) && contains(alone.err, "no symbol found")) << alone.err;
-
-    // A frame that reads does not hide one that does not.
-    const auto mixed = runScanner({sample, empty});
-    EXPECT_EQ(mixed.exitStatus, 1);
-    EXPECT_EQ(mixed.out, sample + ": " +
-                             readFile(std::filesystem::path(sample).replace_extension(".txt")) +
-                             "\n");
-
-    const auto asJson = runScanner({"--json", empty});
-    EXPECT_EQ(asJson.exitStatus, 1);
-    const json line = json::parse(asJson.out);
-    EXPECT_EQ(line.at("file"), empty);
-    EXPECT_EQ(line.at("ok"), false);
-    EXPECT_EQ(line.at("error"), "no symbol found");
-    EXPECT_EQ(line.at("text"), "");
-    EXPECT_EQ(line.at("bytes"), "");
-    EXPECT_TRUE(line.at("ms").is_number());
-}
-
-TEST(Scanner, UnreadableInputsExitTwoWhileTheOthersAreRead) {
+// A frame without a symbol exits 1, an input that cannot be read exits 2;
+// either way the other inputs are still read, and each failure is named.
+TEST(Scanner, ExitStatusesForFramesWithoutSymbolsAndUnreadableInputs) {
     ScratchDir dir;
     ASSERT_TRUE(dir.ok());
     const std::vector<Sample> samples = bundledSamples();
+    const std::string noSymbol = dir.file("no symbol.pgm");
     const std::string missing = dir.file("missing.png");
     const std::string truncated = dir.file("truncated.png");
     const std::string text = dir.file("notes.png");
     const std::string empty = dir.file("empty.jpg");
-    const std::string noSymbol = dir.file("paper.pgm");
     const std::string png = readFile(samples[0].png);
+    ASSERT_TRUE(frameOf("", 320, 200, 3).writePgm(noSymbol));
     ASSERT_TRUE(writeFile(truncated, png.substr(0, png.size() / 2)));
     ASSERT_TRUE(writeFile(text, "This is a text file, not a picture.\n"));
     ASSERT_TRUE(writeFile(empty, ""));
-    ASSERT_TRUE(paperFrame(320, 200, 3).writePgm(noSymbol));
+    const std::string read0 = samples[0].png + ": " + samples[0].text + "\n";
+
+    const auto alone = runScanner({noSymbol});
+    EXPECT_EQ(alone.exitStatus, 1);
+    EXPECT_EQ(alone.out, "");
+    EXPECT_TRUE(contains(alone.err, noSymbol) && contains(alone.err, "no symbol found"))
+        << alone.err;
+    const auto mixed = runScanner({samples[0].png, noSymbol});
+    EXPECT_EQ(mixed.exitStatus, 1);
+    EXPECT_EQ(mixed.out, read0);
 
     const std::vector<std::string> inputs{missing,  samples[0].png, truncated,     text,
                                           noSymbol, empty,          samples[1].png};
     const auto run = runScanner(inputs);
     EXPECT_EQ(run.exitStatus, 2);
-    EXPECT_EQ(run.out, samples[0].png + ": " + samples[0].text + "\n" + samples[1].png + ": " +
-                           samples[1].text + "\n");
+    EXPECT_EQ(run.out, read0 + samples[1].png + ": " + samples[1].text + "\n");
     // One message per bad input, each naming the file and the cause.
     const std::vector<std::string> errors = lines(run.err);
-    ASSERT_EQ(errors.size(), 5u) << run.err;
-    EXPECT_TRUE(contains(errors[0], missing) && contains(errors[0], "cannot open")) << errors[0];
-    EXPECT_TRUE(contains(errors[1], truncated) && contains(errors[1], "not a readable image"))
-        << errors[1];
-    EXPECT_TRUE(contains(errors[2], text) && contains(errors[2], "not a readable image"))
-        << errors[2];
-    EXPECT_TRUE(contains(errors[3], noSymbol) && contains(errors[3], "no symbol found"))
-        << errors[3];
-    EXPECT_TRUE(contains(errors[4], empty) && contains(errors[4], "not a readable image"))
-        << errors[4];
+    const std::pair<std::string, std::string> causes[] = {{missing, "cannot open"},
+                                                          {truncated, "not a readable image"},
+                                                          {text, "not a readable image"},
+                                                          {noSymbol, "no symbol found"},
+                                                          {empty, "not a readable image"}};
+    ASSERT_EQ(errors.size(), std::size(causes)) << run.err;
+    for (std::size_t i = 0; i < errors.size(); ++i) {
+        EXPECT_TRUE(contains(errors[i], causes[i].first) && contains(errors[i], causes[i].second))
+            << errors[i];
+    }
 
     // --json: one object per input, in order, the same verdicts.
     std::vector<std::string> args{"--json"};
@@ -235,6 +179,9 @@ TEST(Scanner, UnreadableInputsExitTwoWhileTheOthersAreRead) {
     const std::string cause = json::parse(objects[3]).at("error");
     EXPECT_EQ(cause.rfind("unreadable file: ", 0), 0u) << cause;
     EXPECT_TRUE(json::parse(objects[0]).at("ms").is_null());
+    const json none = json::parse(objects[4]);
+    EXPECT_EQ(none.at("error"), "no symbol found");
+    EXPECT_TRUE(none.at("text") == "" && none.at("bytes") == "" && none.at("ms").is_number());
 
     // Under a progress line, a message first wipes it.
     std::vector<std::string> many(21, samples[0].png);
@@ -251,18 +198,17 @@ TEST(Scanner, RawFramesFromStandardInputAndFiles) {
     ASSERT_TRUE(dir.ok());
     const std::string first = "RAW FRAME ONE";
     const std::string second = "raw frame two, 0123456789";
-    const SymbolRenderer::Frame a = symbolFrame(first, 640, 360, 1);
-    const SymbolRenderer::Frame b = symbolFrame(second, 640, 360, 2);
-    const SymbolRenderer::Frame blank = paperFrame(640, 360, 3);
-    ASSERT_FALSE(a.pixels.empty());
-    ASSERT_FALSE(b.pixels.empty());
+    const std::string a = pixels(frameOf(first, 640, 360, 1));
+    const std::string b = pixels(frameOf(second, 640, 360, 2));
+    const std::string blank = pixels(frameOf("", 640, 360, 3));
+    ASSERT_TRUE(a.size() == blank.size() && b.size() == blank.size());
 
-    const auto one = runScanner({"--raw", "640x360", "-"}, pixels(a));
+    const auto one = runScanner({"--raw", "640x360", "-"}, a);
     EXPECT_EQ(one.exitStatus, 0) << one.err;
     EXPECT_EQ(one.out, first + "\n");
 
     // Frames back to back are read one by one and named by their number.
-    const auto three = runScanner({"--raw", "640x360", "-"}, pixels(a) + pixels(blank) + pixels(b));
+    const auto three = runScanner({"--raw", "640x360", "-"}, a + blank + b);
     EXPECT_EQ(three.exitStatus, 1);
     EXPECT_EQ(three.out, "<stdin>#1: " + first + "\n<stdin>#3: " + second + "\n");
     EXPECT_TRUE(contains(three.err, "<stdin>#2") && contains(three.err, "no symbol found"))
@@ -271,15 +217,15 @@ TEST(Scanner, RawFramesFromStandardInputAndFiles) {
     // The same from a file, with a file that is one byte short beside it.
     const std::string file = dir.file("frames.gray");
     const std::string cut = dir.file("cut.gray");
-    ASSERT_TRUE(writeFile(file, pixels(b) + pixels(a)));
-    ASSERT_TRUE(writeFile(cut, pixels(a).substr(1)));
+    ASSERT_TRUE(writeFile(file, b + a));
+    ASSERT_TRUE(writeFile(cut, a.substr(1)));
     const auto files = runScanner({"--raw", "640X360", cut, file});
     EXPECT_EQ(files.exitStatus, 2);
     EXPECT_EQ(files.out, file + "#1: " + second + "\n" + file + "#2: " + first + "\n");
     EXPECT_TRUE(contains(files.err, cut) && contains(files.err, "not a multiple")) << files.err;
 
     // A size that does not match the data, and no data at all.
-    const auto wrong = runScanner({"--raw", "641x360", "-"}, pixels(a));
+    const auto wrong = runScanner({"--raw", "641x360", "-"}, a);
     EXPECT_EQ(wrong.exitStatus, 2);
     EXPECT_EQ(wrong.out, "");
     EXPECT_TRUE(contains(wrong.err, "<stdin>")) << wrong.err;
@@ -305,8 +251,7 @@ TEST(Scanner, JsonLinesParseAndCarryTheExactBytes) {
     }
     std::vector<std::string> args{"--json"};
     for (std::size_t i = 0; i < messages.size(); ++i) {
-        const SymbolRenderer::Frame frame =
-            symbolFrame(messages[i], 0, 0, static_cast<std::uint64_t>(i));
+        const SymbolRenderer::Frame frame = frameOf(messages[i], 0, 0, i);
         ASSERT_FALSE(frame.pixels.empty()) << "libzint refused message " << i;
         args.push_back(dir.file("message " + std::to_string(i) + ".pgm"));
         ASSERT_TRUE(frame.writePgm(args.back()));
@@ -317,10 +262,22 @@ TEST(Scanner, JsonLinesParseAndCarryTheExactBytes) {
     ASSERT_EQ(objects.size(), messages.size()) << run.out;
     for (std::size_t i = 0; i < messages.size(); ++i) {
         const json line = json::parse(objects[i]);
+        // The text field is the bytes read as Latin-1; the bytes field hex.
+        std::string utf8, bytes;
+        for (const char c : messages[i]) {
+            const auto byte = static_cast<unsigned char>(c);
+            utf8 += byte < 0x80 ? std::string(1, c)
+                                : std::string{static_cast<char>(0xC0 | (byte >> 6)),
+                                              static_cast<char>(0x80 | (byte & 0x3F))};
+        }
+        const std::string hex = line.at("bytes");
+        for (std::size_t at = 0; at + 1 < hex.size(); at += 2) {
+            bytes += static_cast<char>(std::stoi(hex.substr(at, 2), nullptr, 16));
+        }
         EXPECT_EQ(line.at("file"), args[i + 1]);
         EXPECT_EQ(line.at("ok"), true) << objects[i];
-        EXPECT_EQ(line.at("text"), latin1ToUtf8(messages[i])) << objects[i];
-        EXPECT_EQ(fromHex(line.at("bytes")), messages[i]) << objects[i];
+        EXPECT_EQ(line.at("text"), utf8) << objects[i];
+        EXPECT_EQ(bytes, messages[i]) << objects[i];
         EXPECT_GE(line.at("ms").get<double>(), 0.0);
         EXPECT_FALSE(line.contains("error"));
     }
@@ -344,32 +301,26 @@ TEST(Scanner, ReadsColourAndGrayInEveryWritableFormat) {
     ScratchDir dir;
     ASSERT_TRUE(dir.ok());
     const std::string message = "Formats: PNG, JPEG, BMP, TGA, PPM";
-    const SymbolRenderer::Frame frame = symbolFrame(message, 480, 320, 9);
+    const SymbolRenderer::Frame frame = frameOf(message, 480, 320, 9);
     ASSERT_FALSE(frame.pixels.empty());
     // Bluish ink on yellowish paper: the channels differ, so the loader
     // must really turn colour into gray.
     std::vector<std::uint8_t> rgb;
     for (const std::uint8_t gray : frame.pixels) {
-        rgb.push_back(gray);
-        rgb.push_back(static_cast<std::uint8_t>(gray * 0.95));
-        rgb.push_back(static_cast<std::uint8_t>(40 + gray * 0.3));
+        rgb.insert(rgb.end(), {gray, static_cast<std::uint8_t>(gray * 0.95),
+                               static_cast<std::uint8_t>(40 + gray * 0.3)});
     }
-    const int w = frame.width;
-    const int h = frame.height;
-    std::vector<std::string> files;
-    const auto add = [&](const std::string& name, bool written) {
-        ASSERT_TRUE(written) << name;
-        files.push_back(dir.file(name));
-    };
-    add("colour.png", stbi_write_png(dir.file("colour.png").c_str(), w, h, 3, rgb.data(), w * 3));
-    add("colour.jpg", stbi_write_jpg(dir.file("colour.jpg").c_str(), w, h, 3, rgb.data(), 90));
-    add("gray.jpg", stbi_write_jpg(dir.file("gray.jpg").c_str(), w, h, 1, frame.pixels.data(), 90));
-    add("colour.bmp", stbi_write_bmp(dir.file("colour.bmp").c_str(), w, h, 3, rgb.data()));
-    add("colour.tga", stbi_write_tga(dir.file("colour.tga").c_str(), w, h, 3, rgb.data()));
-    const std::string header = "P6\n" + std::to_string(w) + " " + std::to_string(h) + "\n255\n";
-    add("colour.ppm",
-        writeFile(dir.file("colour.ppm"), header + std::string(rgb.begin(), rgb.end())));
-
+    const int w = frame.width, h = frame.height;
+    const std::vector<std::string> files{dir.file("colour.png"), dir.file("colour.jpg"),
+                                         dir.file("gray.jpg"),   dir.file("colour.bmp"),
+                                         dir.file("colour.tga"), dir.file("colour.ppm")};
+    ASSERT_TRUE(stbi_write_png(files[0].c_str(), w, h, 3, rgb.data(), w * 3));
+    ASSERT_TRUE(stbi_write_jpg(files[1].c_str(), w, h, 3, rgb.data(), 90));
+    ASSERT_TRUE(stbi_write_jpg(files[2].c_str(), w, h, 1, frame.pixels.data(), 90));
+    ASSERT_TRUE(stbi_write_bmp(files[3].c_str(), w, h, 3, rgb.data()));
+    ASSERT_TRUE(stbi_write_tga(files[4].c_str(), w, h, 3, rgb.data()));
+    ASSERT_TRUE(writeFile(files[5], "P6\n" + std::to_string(w) + " " + std::to_string(h) +
+                                        "\n255\n" + std::string(rgb.begin(), rgb.end())));
     const auto run = runScanner(files);
     EXPECT_EQ(run.exitStatus, 0) << run.err;
     std::string expected;
@@ -389,29 +340,19 @@ TEST(Scanner, OptionsAndUsageErrors) {
     EXPECT_EQ(version.out, "pdf417scan " PDF417SCAN_VERSION "\n");
 
     const std::string sample = bundledSamples().at(0).png;
-    const std::vector<std::vector<std::string>> misuse{
-        {},
-        {"--bogus", sample},
-        {"--raw"},
-        {"--raw", "0x10", "-"},
-        {"--raw", "10x", "-"},
-        {"--raw", "ax10", "-"},
-        {"--time", "0", sample},
-        {"--time", "many", sample},
-        {"--time"},
-        {"-"},
-        {"--raw", "4x4", "-", "-"},
-        {"--frames", "--time", "2", sample},
-    };
-    for (const auto& args : misuse) {
-        std::string shown;
-        for (const std::string& arg : args) {
-            shown += " " + arg;
+    // S stands for a sample's path.
+    for (const char* line :
+         {"", "--bogus S", "--raw", "--raw 0x10 -", "--raw 10x -", "--raw ax10 -", "--time 0 S",
+          "--time many S", "--time", "-", "--raw 4x4 - -", "--frames --time 2 S"}) {
+        std::vector<std::string> args;
+        std::istringstream words(line);
+        for (std::string word; words >> word;) {
+            args.push_back(word == "S" ? sample : word);
         }
         const auto run = runScanner(args, "0123456789abcdef");
-        EXPECT_EQ(run.exitStatus, 2) << shown;
-        EXPECT_EQ(run.out, "") << shown;
-        EXPECT_FALSE(run.err.empty()) << shown;
+        EXPECT_EQ(run.exitStatus, 2) << line;
+        EXPECT_EQ(run.out, "") << line;
+        EXPECT_FALSE(run.err.empty()) << line;
     }
     // "--" ends the options: a file may be called --json.
     const auto dashed = runScanner({"--", "--json"});

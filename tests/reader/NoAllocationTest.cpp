@@ -1,0 +1,160 @@
+// The per-scan-line work allocates nothing once the stages' buffers have
+// grown: locating, recognising codewords and correcting errors. This program
+// replaces the global operator new to count allocations while `counting` is
+// set.
+#include "pdf417scan/ecc/RS929Decoder.h"
+#include "pdf417scan/ecc/RS929Encoder.h"
+#include "pdf417scan/imaging/Image.h"
+#include "pdf417scan/locate/Cutter.h"
+#include "pdf417scan/locate/Detector.h"
+#include "pdf417scan/sampling/CodeWordRecognizer.h"
+#include "tests/support/MessageSymbol.h"
+#include "tests/support/ModuleLineRenderer.h"
+#include "tests/support/Pdf417Codewords.h"
+#include "tests/support/RandomCodewords.h"
+#include "tests/support/SymbolRenderer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <random>
+#include <vector>
+
+namespace {
+std::atomic<bool> counting{false};
+std::atomic<long> allocations{0};
+} // namespace
+
+void* operator new(std::size_t size) {
+    allocations += counting ? 1 : 0;
+    if (void* p = std::malloc(size == 0 ? 1 : size)) {
+        return p;
+    }
+    throw std::bad_alloc();
+}
+
+// Kept out of line: inlined, GCC sees free() on memory from a new-expression
+// and warns, not knowing that new is malloc here.
+__attribute__((noinline)) void operator delete(void* p) noexcept {
+    std::free(p);
+}
+__attribute__((noinline)) void operator delete(void* p, std::size_t) noexcept {
+    std::free(p);
+}
+
+namespace pdf417 {
+namespace {
+
+template <typename Work>
+long allocationsDuring(Work&& work) {
+    allocations = 0;
+    counting = true;
+    work();
+    counting = false;
+    return allocations;
+}
+
+TEST(LocateAllocation, NoneOnceBuffersHaveGrown) {
+    std::mt19937 rng(5);
+    std::string message;
+    test::Pdf417Modules symbol;
+    ASSERT_TRUE(
+        test::encodeMessageSymbol(test::MessageKind::Text, 24, 8, 2, 1.0, rng, message, symbol));
+    test::SymbolRenderer::Options options;
+    options.moduleWidth = 3.0;
+    options.rotationDegrees = 2.0;
+    options.noiseSigma = 3.0;
+    options.frameWidth = 800;
+    options.frameHeight = 400;
+    auto frame = test::SymbolRenderer().render(test::ModuleGrid(symbol), options);
+    Image image = frame.image();
+    std::vector<unsigned char> blank(800 * 400, 128);
+    Image empty(blank.data(), 800, 400);
+
+    Detector detector;
+    Cutter cutter;
+    std::array<Point2D, 6> corners;
+    Cutter::Lines lines;
+    const auto locate = [&] {
+        ASSERT_TRUE(detector.detect(image, corners));
+        ASSERT_TRUE(cutter.cut(image, corners, lines));
+        EXPECT_FALSE(detector.detect(empty, corners));
+    };
+    // The first call grows the buffers (and shows the counter sees them).
+    EXPECT_GT(allocationsDuring(locate), 0);
+    EXPECT_EQ(allocationsDuring(locate), 0);
+}
+
+TEST(CodeWordRecognizerAllocation, NoneOnceGrown) {
+    std::mt19937 rng(12);
+    test::LineStyle style;
+    style.blurSigma = 0.5;
+    style.noiseSigma = 6.0;
+    std::vector<std::vector<unsigned char>> stretches;
+    for (const test::CodewordPattern& p : test::codewordPatterns()) {
+        style.pixelsPerModule = 1.5 + static_cast<double>(rng() % 46) / 10.0;
+        stretches.push_back(
+            test::renderModuleLine(test::patternModules(p.widths), -0.3, 17.2, style, rng));
+    }
+    // Flat, empty and odd stretches too: every path through recognize.
+    stretches.push_back(std::vector<unsigned char>(40, 9));
+    stretches.push_back({});
+    stretches.push_back({0, 255, 0, 255, 0, 255, 0});
+    ASSERT_GT(stretches.size(), 2787u);
+
+    // Grow the buffers on the longest stretch first.
+    CodeWordRecognizer recognizer;
+    recognizer.recognize(
+        *std::max_element(stretches.begin(), stretches.end(),
+                          [](const auto& a, const auto& b) { return a.size() < b.size(); }));
+    int valid = 0;
+    EXPECT_EQ(allocationsDuring([&] {
+                  for (const auto& stretch : stretches) {
+                      valid += recognizer.recognize(stretch).isValid() ? 1 : 0;
+                  }
+              }),
+              0);
+    EXPECT_GT(valid, 2000);
+}
+
+// After a first call has sized the working vectors, decoding another word of
+// the same level and length touches no heap, whatever the damage.
+TEST(RS929DecoderAllocation, NoAllocationAfterTheFirstCall) {
+    std::mt19937 rng(6);
+    RS929Decoder decoder;
+    for (unsigned level : {2u, 5u, 8u}) {
+        const std::size_t k = static_cast<std::size_t>(_ecs[level]);
+        const std::vector<G929Value> original = test::randomCodeword(rng, level, 928);
+        std::vector<G929Value> word;
+        std::vector<unsigned long> positions;
+        word.reserve(928);
+        positions.reserve(928);
+        for (int call = 0; call < 4; ++call) {
+            word = original;
+            positions.clear();
+            // Different damage on each call, as much as the decoder accepts.
+            const std::size_t erasures = static_cast<std::size_t>(call);
+            const std::size_t most = (k - 2 - erasures) / 2;
+            const std::size_t errors = most < 4 ? (k - 3 - erasures) / 2 : most;
+            for (std::size_t i = 0; i < errors + erasures; ++i) {
+                const std::size_t p = (7 * i + static_cast<std::size_t>(call)) % 928;
+                word[927 - p] = test::gf((word[927 - p].value() + 1) % 929);
+                if (i >= errors) {
+                    positions.push_back(p);
+                }
+            }
+            bool ok = false;
+            const long count =
+                allocationsDuring([&] { ok = decoder.decode(word, positions, level); });
+            ASSERT_TRUE(ok) << "level " << level << " call " << call;
+            ASSERT_EQ(word, original);
+            EXPECT_EQ(call == 0 ? 0 : count, 0) << "level " << level << " call " << call;
+        }
+    }
+}
+
+} // namespace
+} // namespace pdf417
