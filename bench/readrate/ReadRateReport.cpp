@@ -90,6 +90,12 @@ std::vector<Factor> factors() {
     list.push_back(numeric("Data columns", {1, 3, 6, 11, 16, INF},
                            [](const CorpusEntry& e) { return e.columns; },
                            {"1–2", "3–5", "6–10", "11–15", "16–20"}));
+    list.push_back(numeric("Symbol rows", {3, 4, 6, 11, 31, INF},
+                           [](const CorpusEntry& e) { return e.rows; },
+                           {"3", "4–5", "6–10", "11–30", "31–90"}));
+    list.push_back(numeric("Symbol height (pixels: rows × row height × module)",
+                           {0, 50, 100, 200, 400, INF},
+                           [](const CorpusEntry& e) { return e.rows * e.rowHeight * e.modulePx; }));
     list.push_back(categorical("Error correction level", {"2", "3", "4", "5"},
                                [](const CorpusEntry& e) { return std::to_string(e.level); }));
     list.push_back(categorical("Content", {"short-text", "long-text", "digits", "bytes", "licence"},
@@ -574,7 +580,7 @@ bool ReadRateReport::writePlots(const std::string& dir, bool runGnuplot, std::st
            << "set title 'Frame time of scanGrayscaleImage (stacked by outcome)'\n"
            << "set xlabel 'milliseconds per frame'\n"
            << "set ylabel 'frames'\n"
-           << "set autoscale y\nset yrange [0:*]\nset key top right\n"
+           << "set autoscale y\nset yrange [0:*]\nset xrange [0:*]\nset key top right\n"
            << "set boxwidth " << width << " absolute\n"
            << "plot " << quoted(data) << " using ($1+" << width / 2
            << "):($2+$3+$4) with boxes lc rgb '#999999' title 'no symbol', '' using ($1+"
