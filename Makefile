@@ -40,7 +40,8 @@ bench: build
 	@$(MAKE) --no-print-directory $(CORPUS)/index.tsv
 	build/release/bench/readrate --corpus $(CORPUS) --out build/bench
 
-# The corpus is deterministic; it is made again only when the generator changed.
+# The corpus is deterministic; it is made again whenever synth was rebuilt, so
+# it never lags behind the generator.
 $(CORPUS)/index.tsv: build/release/tools/synth/synth
 	rm -rf $(CORPUS)
 	$< --out $(CORPUS) --seed 1 --frames 500 --frames-1080 100

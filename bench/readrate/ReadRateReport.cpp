@@ -125,35 +125,56 @@ struct Tally {
     std::size_t read = 0;
     std::size_t missed = 0;
     std::size_t wrong = 0;
-    std::size_t firstMiss = std::numeric_limits<std::size_t>::max(); // a result index
 
     double rate() const { return frames == 0 ? 0.0 : 100.0 * read / frames; }
 };
 
-std::vector<Tally> tally(const Factor& factor, const std::vector<CorpusEntry>& entries,
-                         const std::vector<FrameResult>& results) {
-    std::vector<Tally> tallies(factor.labels.size());
-    for (std::size_t i = 0; i < results.size(); ++i) {
-        const FrameResult& r = results[i];
-        const CorpusEntry& e = entries[r.entry];
-        if (!e.hasSymbol()) {
-            continue;
-        }
-        const int b = factor.bucket(e);
-        if (b < 0) {
-            continue;
-        }
-        Tally& t = tallies[static_cast<std::size_t>(b)];
-        ++t.frames;
-        t.read += r.outcome == Outcome::Read ? 1 : 0;
-        t.missed += r.outcome == Outcome::Missed ? 1 : 0;
-        t.wrong += r.outcome == Outcome::Wrong ? 1 : 0;
-        if (r.outcome != Outcome::Read && t.firstMiss == std::numeric_limits<std::size_t>::max()) {
-            t.firstMiss = i;
+// Every factor's bucket of every result (-1: no symbol, or outside the
+// buckets), and the tallies they add up to.
+struct Breakdown {
+    std::vector<Factor> factors;
+    std::vector<std::vector<int>> buckets; // [factor][result]
+    std::vector<std::vector<Tally>> tallies;
+
+    Breakdown(const std::vector<CorpusEntry>& entries, const std::vector<FrameResult>& results)
+        : factors(bench::factors()) {
+        for (const Factor& factor : factors) {
+            std::vector<int> of(results.size(), -1);
+            std::vector<Tally> sums(factor.labels.size());
+            for (std::size_t i = 0; i < results.size(); ++i) {
+                const FrameResult& r = results[i];
+                const CorpusEntry& e = entries[r.entry];
+                if (!e.hasSymbol()) {
+                    continue;
+                }
+                of[i] = factor.bucket(e);
+                if (of[i] < 0) {
+                    continue;
+                }
+                Tally& t = sums[static_cast<std::size_t>(of[i])];
+                ++t.frames;
+                t.read += r.outcome == Outcome::Read ? 1 : 0;
+                t.missed += r.outcome == Outcome::Missed ? 1 : 0;
+                t.wrong += r.outcome == Outcome::Wrong ? 1 : 0;
+            }
+            buckets.push_back(std::move(of));
+            tallies.push_back(std::move(sums));
         }
     }
-    return tallies;
-}
+
+    // The lowest read rate among the buckets result i falls in, leaving out
+    // factor `skip`: how hard the rest of the frame's conditions are.
+    double otherConditions(std::size_t i, std::size_t skip) const {
+        double lowest = 100.0;
+        for (std::size_t f = 0; f < factors.size(); ++f) {
+            const int b = buckets[f][i];
+            if (f != skip && b >= 0) {
+                lowest = std::min(lowest, tallies[f][static_cast<std::size_t>(b)].rate());
+            }
+        }
+        return lowest;
+    }
+};
 
 struct Spread {
     std::size_t count = 0;
@@ -239,10 +260,20 @@ std::string factorsOf(const CorpusEntry& e) {
     return text;
 }
 
-std::string quoted(const std::string& path) {
+// A path as a single-quoted shell word.
+std::string shellQuoted(const std::string& path) {
     std::string out = "'";
     for (char c : path) {
         out += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    }
+    return out + "'";
+}
+
+// A path as a single-quoted gnuplot string, where a quote is doubled.
+std::string gnuplotQuoted(const std::string& path) {
+    std::string out = "'";
+    for (char c : path) {
+        out += c == '\'' ? std::string("''") : std::string(1, c);
     }
     return out + "'";
 }
@@ -429,25 +460,16 @@ bool ReadRateReport::writeMarkdown(const std::string& path) const {
     out << "## Read rate by factor\n\n";
     out << "Frames with a symbol only. Factors are drawn independently, so each table mixes "
            "all the others.\n\n";
-    const std::vector<Factor> list = factors();
-    struct Worst {
-        std::string factor;
-        std::string label;
-        Tally tally;
-    };
-    std::vector<Worst> worst;
-    for (const Factor& factor : list) {
-        const std::vector<Tally> tallies = tally(factor, entries_, results_);
+    const Breakdown breakdown(entries_, results_);
+    for (std::size_t f = 0; f < breakdown.factors.size(); ++f) {
+        const Factor& factor = breakdown.factors[f];
         out << "### " << factor.name
             << "\n\n| Bucket | Frames | Read | Missed | Wrong | Read rate |\n"
                "|---|---:|---:|---:|---:|---:|\n";
-        for (std::size_t b = 0; b < tallies.size(); ++b) {
-            const Tally& t = tallies[b];
+        for (std::size_t b = 0; b < factor.labels.size(); ++b) {
+            const Tally& t = breakdown.tallies[f][b];
             out << "| " << factor.labels[b] << " | " << t.frames << " | " << t.read << " | "
                 << t.missed << " | " << t.wrong << " | " << percent(t.read, t.frames) << " |\n";
-            if (t.frames >= 10) {
-                worst.push_back({factor.name, factor.labels[b], t});
-            }
         }
         out << "\n";
         if (factor.name.rfind("Module size", 0) == 0) {
@@ -459,22 +481,69 @@ bool ReadRateReport::writeMarkdown(const std::string& path) const {
         }
     }
 
-    out << "## Lowest read rates\n\n";
-    out << "Buckets of at least ten frames, lowest read rate first, each with one of its "
-           "frames that was not read.\n\n";
-    out << "| Factor | Bucket | Frames | Read rate | A frame not read |\n|---|---|---:|---:|---|\n";
-    std::stable_sort(worst.begin(), worst.end(), [](const Worst& a, const Worst& b) {
-        return a.tally.rate() < b.tally.rate();
-    });
-    for (std::size_t i = 0; i < worst.size() && i < 10; ++i) {
-        const Worst& w = worst[i];
+    // What a bucket costs: the reads it would have had at the read rate of
+    // all other frames, less those it had. Factors overlap (small modules
+    // make short symbols), so the costs do not add up.
+    struct Cost {
+        std::size_t factor;
+        std::size_t bucket;
+        double lost;
+        std::size_t example; // a result index, or results_.size()
+    };
+    std::vector<Cost> costs;
+    for (std::size_t f = 0; f < breakdown.factors.size(); ++f) {
+        for (std::size_t b = 0; b < breakdown.tallies[f].size(); ++b) {
+            const Tally& t = breakdown.tallies[f][b];
+            if (t.frames < 10 || symbols == t.frames) {
+                continue;
+            }
+            const double restRate =
+                static_cast<double>(read - t.read) / static_cast<double>(symbols - t.frames);
+            const double lost = restRate * static_cast<double>(t.frames) - t.read;
+            if (lost <= 0.0) {
+                continue;
+            }
+            // The example is a frame of the bucket not read whose other
+            // conditions read best, so that it shows this condition.
+            Cost cost{f, b, lost, results_.size()};
+            double best = -1.0;
+            for (std::size_t i = 0; i < results_.size(); ++i) {
+                if (breakdown.buckets[f][i] != static_cast<int>(b) ||
+                    results_[i].outcome == Outcome::Read) {
+                    continue;
+                }
+                const double others = breakdown.otherConditions(i, f);
+                if (others > best) {
+                    best = others;
+                    cost.example = i;
+                }
+            }
+            costs.push_back(cost);
+        }
+    }
+    std::stable_sort(costs.begin(), costs.end(),
+                     [](const Cost& x, const Cost& y) { return x.lost > y.lost; });
+    out << "## Conditions that cost the most reads\n\n";
+    out << "Buckets of at least ten frames, by the reads they lose: the reads they would have "
+           "had at the read rate of all other frames, less the reads they had. Factors overlap "
+           "(small modules make short symbols), so the losses do not add up. Each comes with a "
+           "frame of the bucket that was not read and whose other conditions read best.\n\n";
+    out << "| Factor | Bucket | Frames | Read rate | Rest | Reads lost | A frame not read |\n"
+           "|---|---|---:|---:|---:|---:|---|\n";
+    for (std::size_t k = 0; k < costs.size() && k < 10; ++k) {
+        const Cost& c = costs[k];
+        const Tally& t = breakdown.tallies[c.factor][c.bucket];
         std::string example = "–";
-        if (w.tally.firstMiss < results_.size()) {
-            const CorpusEntry& e = entries_[results_[w.tally.firstMiss].entry];
+        if (c.example < results_.size()) {
+            const CorpusEntry& e = entries_[results_[c.example].entry];
             example = "`" + e.image + "`: " + factorsOf(e);
         }
-        out << "| " << w.factor << " | " << w.label << " | " << w.tally.frames << " | "
-            << percent(w.tally.read, w.tally.frames) << " | " << example << " |\n";
+        char lost[32];
+        std::snprintf(lost, sizeof lost, "%.1f", c.lost);
+        out << "| " << breakdown.factors[c.factor].name << " | "
+            << breakdown.factors[c.factor].labels[c.bucket] << " | " << t.frames << " | "
+            << percent(t.read, t.frames) << " | " << percent(read - t.read, symbols - t.frames)
+            << " | " << lost << " | " << example << " |\n";
     }
     out << "\n";
     out.flush();
@@ -503,7 +572,7 @@ bool ReadRateReport::writeFrames(const std::string& path) const {
 }
 
 bool ReadRateReport::writePlots(const std::string& dir, bool runGnuplot, std::string& error) const {
-    const std::vector<Factor> list = factors();
+    const Breakdown breakdown(entries_, results_);
     const std::pair<std::size_t, const char*> plotted[] = {
         {0, "module-size"}, {1, "rotation"}, {2, "blur"}};
     std::ostringstream script;
@@ -518,8 +587,8 @@ bool ReadRateReport::writePlots(const std::string& dir, bool runGnuplot, std::st
     const char* xlabels[] = {"module size (pixels)", "rotation beyond the turn (degrees)",
                              "blur sigma (modules)"};
     for (std::size_t p = 0; p < 3; ++p) {
-        const Factor& factor = list[plotted[p].first];
-        const std::vector<Tally> tallies = tally(factor, entries_, results_);
+        const Factor& factor = breakdown.factors[plotted[p].first];
+        const std::vector<Tally>& tallies = breakdown.tallies[plotted[p].first];
         const std::string data = dir + "/readrate-" + plotted[p].second + ".dat";
         std::ofstream out(data, std::ios::binary);
         out << "# bucket\tframes\tread_rate\n";
@@ -531,10 +600,10 @@ bool ReadRateReport::writePlots(const std::string& dir, bool runGnuplot, std::st
             error = "cannot write " + data;
             return false;
         }
-        script << "set output " << quoted(dir + "/" + images[p]) << "\n"
+        script << "set output " << gnuplotQuoted(dir + "/" + images[p]) << "\n"
                << "set xlabel '" << xlabels[p] << "'\n"
                << "set title 'Read rate by " << xlabels[p] << " (n = frames in the bucket)'\n"
-               << "plot " << quoted(data)
+               << "plot " << gnuplotQuoted(data)
                << " using 0:3:xtic(1) with boxes lc rgb '#4a7ebb', '' using "
                   "0:3:(sprintf('n = %d', $2)) with labels offset 0,0.8\n";
     }
@@ -576,13 +645,13 @@ bool ReadRateReport::writePlots(const std::string& dir, bool runGnuplot, std::st
         return false;
     }
     out.close();
-    script << "set output " << quoted(dir + "/" + PLOT_TIMES) << "\n"
+    script << "set output " << gnuplotQuoted(dir + "/" + PLOT_TIMES) << "\n"
            << "set title 'Frame time of scanGrayscaleImage (stacked by outcome)'\n"
            << "set xlabel 'milliseconds per frame'\n"
            << "set ylabel 'frames'\n"
            << "set autoscale y\nset yrange [0:*]\nset xrange [0:*]\nset key top right\n"
            << "set boxwidth " << width << " absolute\n"
-           << "plot " << quoted(data) << " using ($1+" << width / 2
+           << "plot " << gnuplotQuoted(data) << " using ($1+" << width / 2
            << "):($2+$3+$4) with boxes lc rgb '#999999' title 'no symbol', '' using ($1+"
            << width / 2 << "):($2+$3) with boxes lc rgb '#d9534f' title 'missed or wrong', '' "
            << "using ($1+" << width / 2 << "):2 with boxes lc rgb '#4a7ebb' title 'read'\n";
@@ -596,7 +665,7 @@ bool ReadRateReport::writePlots(const std::string& dir, bool runGnuplot, std::st
         return false;
     }
     if (runGnuplot) {
-        const std::string command = "gnuplot " + quoted(scriptPath);
+        const std::string command = "gnuplot " + shellQuoted(scriptPath);
         if (std::system(command.c_str()) != 0) {
             error = "gnuplot failed on " + scriptPath;
             return false;

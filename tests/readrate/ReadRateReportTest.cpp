@@ -114,5 +114,39 @@ TEST(ReadRateReport, CountsRatesAndPercentilesAsWorkedByHand) {
     }
 }
 
+// Forty frames: twenty with small modules, two of them read, and twenty with
+// comfortable ones, sixteen read. The small bucket would have read 80 % like
+// the rest, so it loses 0.8 x 20 - 2 = 14 reads; the upright turn, holding
+// the small frames, loses 16/21 x 19 - 2 = 12.5. Of the small frames not
+// read, the one turned like the comfortable ones is the telling example.
+TEST(ReadRateReport, RanksConditionsByTheReadsTheyLose) {
+    std::vector<test::CorpusEntry> entries;
+    std::vector<FrameResult> results;
+    for (std::size_t i = 0; i < 40; ++i) {
+        const bool small = i < 20;
+        const int turn = small && i != 5 ? 0 : 90;
+        entries.push_back(entry("g" + std::to_string(i), small ? 1.3 : 3.5, turn, true));
+        FrameResult r;
+        r.entry = i;
+        r.outcome = (small ? i < 2 : i < 36) ? Outcome::Read : Outcome::Missed;
+        r.scanMs = 1.0;
+        results.push_back(r);
+    }
+    const ReadRateReport report(entries, results, RunInfo());
+    const std::string path = ::testing::TempDir() + "/readrate_rank.md";
+    ASSERT_TRUE(report.writeMarkdown(path));
+    const std::string md = slurp(path);
+    const std::size_t module =
+        md.find("| Module size (pixels) | < 1.5 | 20 | 10.0 % | 80.0 % | 14.0 | `g5.pgm`: ");
+    const std::size_t turn = md.find("| Right-angle turn (clockwise) | 0° | 19 | 10.5 % | 76.2 % "
+                                     "| 12.5 | `g2.pgm`: ");
+    ASSERT_NE(module, std::string::npos) << md;
+    ASSERT_NE(turn, std::string::npos) << md;
+    EXPECT_LT(module, turn);
+    // Buckets that read better than the rest lose nothing and are not listed.
+    EXPECT_EQ(md.find("| Module size (pixels) | 3–4 | 20 |"), std::string::npos);
+    std::remove(path.c_str());
+}
+
 } // namespace
 } // namespace pdf417::bench
