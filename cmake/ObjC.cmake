@@ -23,6 +23,17 @@ elseif(PDF417SCAN_OBJC AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     if(GNUSTEP_CONFIG AND IS_ABSOLUTE "${OBJCXX_FRONT_END}" AND EXISTS "${OBJCXX_FRONT_END}")
         set(CMAKE_OBJCXX_COMPILER ${CMAKE_CXX_COMPILER})
         enable_language(OBJCXX)
+        # CMake has no Linux platform rules for Objective-C++ and takes them
+        # from C, which this project does not enable: without these a shared
+        # pdf417scan_objc would have no soname and its users no rpath.
+        foreach(rule IN ITEMS SHARED_LIBRARY_SONAME SHARED_LIBRARY_RUNTIME
+                              SHARED_LIBRARY_RPATH_LINK EXECUTABLE_RUNTIME EXECUTABLE_RPATH_LINK)
+            foreach(suffix IN ITEMS FLAG FLAG_SEP)
+                if(NOT CMAKE_${rule}_OBJCXX_${suffix} AND DEFINED CMAKE_${rule}_CXX_${suffix})
+                    set(CMAKE_${rule}_OBJCXX_${suffix} "${CMAKE_${rule}_CXX_${suffix}}")
+                endif()
+            endforeach()
+        endforeach()
         execute_process(COMMAND ${GNUSTEP_CONFIG} --objc-flags
                         OUTPUT_VARIABLE GNUSTEP_OBJC_FLAGS OUTPUT_STRIP_TRAILING_WHITESPACE)
         execute_process(COMMAND ${GNUSTEP_CONFIG} --base-libs
@@ -55,6 +66,16 @@ elseif(PDF417SCAN_OBJC AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
 endif()
 
 if(PDF417SCAN_HAVE_OBJC)
+    # One compiler builds both languages, so unless Objective-C++ was given
+    # flags of its own it takes the C++ ones: otherwise a build configured
+    # with, say, sanitizer flags in CMAKE_CXX_FLAGS would leave the .mm files
+    # uninstrumented.
+    if(NOT CMAKE_OBJCXX_FLAGS)
+        set(CMAKE_OBJCXX_FLAGS "${CMAKE_CXX_FLAGS}")
+        foreach(config IN ITEMS DEBUG RELEASE RELWITHDEBINFO MINSIZEREL)
+            set(CMAKE_OBJCXX_FLAGS_${config} "${CMAKE_CXX_FLAGS_${config}}")
+        endforeach()
+    endif()
     message(STATUS "pdf417scan: building the Objective-C entry")
 else()
     message(STATUS "pdf417scan: no Objective-C++ compiler with a Foundation; Objective-C entry skipped")

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 #include <vector>
 
@@ -25,6 +26,9 @@ unsigned int findWhite(const std::vector<unsigned char>& row, unsigned char thre
 // Number of leading samples at or above threshold (the row's size if all are).
 unsigned int findBlack(const std::vector<unsigned char>& row, unsigned char threshold);
 
+// The sum of count samples in unsigned 32 bits, wrapping as such a sum does.
+std::uint32_t sumSamples(const unsigned char* samples, std::size_t count);
+
 float calculateMean(const std::vector<unsigned char>& row);
 
 // Root-mean-square distance from mean (population form); 0 for an empty row.
@@ -42,6 +46,10 @@ void reverse(std::vector<T>& v) {
         std::swap(v[i], v[j]);
     }
 }
+
+// Gray lines are reversed eight samples at a time; the result is the same.
+template <>
+void reverse<unsigned char>(std::vector<unsigned char>& v);
 
 } // namespace RowUtils
 } // namespace pdf417

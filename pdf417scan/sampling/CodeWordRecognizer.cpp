@@ -25,13 +25,20 @@ constexpr std::size_t RUNS = 8;
 } // namespace
 
 CodeWord CodeWordRecognizer::recognize(const std::vector<unsigned char>& samples) {
-    if (RowUtils::calculateStandardDeviation(samples) < MIN_DEVIATION) {
+    if (samples.empty()) {
+        return CodeWord(); // no deviation at all
+    }
+    // The stretch is one block for every weight, so its mean and deviation
+    // are measured once. That deviation is the stretch's standard deviation,
+    // computed the same way as RowUtils::calculateStandardDeviation.
+    binarizator_.measure(samples, 0);
+    if (binarizator_.deviation(0) < MIN_DEVIATION) {
         return CodeWord();
     }
     // Stands in for a closing space that ran out of the stretch.
     const short closing = static_cast<short>(std::min<std::size_t>(samples.size() / 17 + 1, 32767));
     for (const float k : WEIGHTS) {
-        binarizator_.binarize(samples, binary_, 0, k);
+        binarizator_.apply(samples, binary_, k);
         RowUtils::squeeze(binary_, runs_, 127);
         // A codeword begins with a bar.
         if (!runs_.empty() && runs_.front() > 0) {

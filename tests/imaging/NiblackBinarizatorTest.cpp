@@ -1,9 +1,16 @@
 #include "pdf417scan/imaging/NiblackBinarizator.h"
 
+#include "pdf417scan/imaging/RowUtils.h"
+
+#include "tests/support/LineReference.h"
+#include "tests/support/RandomLines.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <limits>
 #include <random>
 #include <vector>
 
@@ -79,6 +86,114 @@ TEST(NiblackBinarizator, FollowsSmoothedBlockThresholds) {
         }
     }
     EXPECT_GT(compared, 100000);
+}
+
+// Every output byte against the plain algorithm, on lines of 0 to 5000
+// samples: block sizes from 0 to one past the line, the weights the library
+// uses and random ones, weights large enough to push every threshold out of
+// the gray range, and lines with samples exactly on their threshold.
+TEST(NiblackBinarizator, MatchesTheReferenceBitForBit) {
+    std::mt19937 rng(15);
+    const float systemWeights[] = {-0.4f, 0.15f, 0.0f, -0.15f, 0.3f, -0.45f, 0.6f, -0.8f, 1.0f};
+    const float extremes[] = {-40.0f,
+                              40.0f,
+                              1e30f,
+                              std::numeric_limits<float>::infinity(),
+                              -std::numeric_limits<float>::infinity(),
+                              std::numeric_limits<float>::quiet_NaN()};
+    NiblackBinarizator reused;
+    Row out;
+    Row expected;
+    for (int trial = 0; trial < 4000; ++trial) {
+        const unsigned pick = rng() % 10;
+        const std::size_t n = pick < 6 ? rng() % 200 : pick < 9 ? rng() % 1500 : rng() % 5001;
+        unsigned blockSize = 0;
+        switch (rng() % 6) {
+        case 0:
+            blockSize = static_cast<unsigned>(n / 8);
+            break;
+        case 1:
+            blockSize = static_cast<unsigned>(n + rng() % 2); // the line, or one past it
+            break;
+        case 2:
+            blockSize = rng() % 3;
+            break;
+        case 3:
+            blockSize = 1 + rng() % 40;
+            break;
+        default:
+            blockSize = static_cast<unsigned>(rng() % (n + 2));
+            break;
+        }
+        float k = 0.0f;
+        switch (rng() % 4) {
+        case 0:
+        case 1:
+            k = systemWeights[rng() % std::size(systemWeights)];
+            break;
+        case 2:
+            k = std::uniform_real_distribution<float>(-2, 2)(rng);
+            break;
+        default:
+            k = extremes[rng() % std::size(extremes)];
+            break;
+        }
+        // Exact-threshold lines balance each block around its mean; k = 0
+        // then puts the samples equal to the mean exactly on the threshold.
+        const Row in = test::adversarialLine(rng, n, blockSize == 0 ? n : blockSize);
+        if (rng() % 4 == 0) {
+            k = 0.0f;
+        }
+        reused.binarize(in, out, blockSize, k);
+        test::LineReference::binarize(in, expected, blockSize, k);
+        ASSERT_EQ(out, expected) << "trial " << trial << ", " << n << " samples, block "
+                                 << blockSize << ", k " << k;
+    }
+}
+
+// One measurement serves every weight: apply after measure gives what
+// binarize gives, and each block's deviation is bit for bit its standard
+// deviation as RowUtils computes it (the recogniser relies on both for a
+// one-block line).
+TEST(NiblackBinarizator, MeasuresOnceForManyWeights) {
+    std::mt19937 rng(16);
+    NiblackBinarizator b;
+    Row out;
+    Row expected;
+    for (int trial = 0; trial < 1500; ++trial) {
+        const Row in = test::adversarialLine(rng, 1 + rng() % 400, 1 + rng() % 50);
+        const unsigned blockSize = rng() % 3 == 0 ? 0u : static_cast<unsigned>(rng() % 60);
+        // With 60 or fewer samples per block there are often eight or more
+        // blocks, which are summed side by side.
+        b.measure(in, blockSize);
+        // Every block's deviation, bit for bit: a sum added in another order
+        // would show here long before it flips an output byte.
+        const std::size_t block = blockSize == 0 || blockSize > in.size() ? in.size() : blockSize;
+        std::size_t blocks = 0;
+        for (std::size_t start = 0; start < in.size(); start += block, ++blocks) {
+            const Row part(in.begin() + static_cast<std::ptrdiff_t>(start),
+                           in.begin() +
+                               static_cast<std::ptrdiff_t>(std::min(start + block, in.size())));
+            ASSERT_EQ(b.deviation(blocks), RowUtils::calculateStandardDeviation(part));
+            ASSERT_EQ(b.deviation(blocks), test::LineReference::standardDeviation(part));
+        }
+        ASSERT_EQ(b.deviation(blocks), 0.0f);
+        for (int i = 0; i < 4; ++i) {
+            const float k = std::uniform_real_distribution<float>(-1.5f, 1.5f)(rng);
+            b.apply(in, out, k);
+            test::LineReference::binarize(in, expected, blockSize, k);
+            ASSERT_EQ(out, expected) << trial;
+        }
+        // A line of another length is measured afresh, with the same block size.
+        const Row other = test::adversarialLine(rng, in.size() + 1 + rng() % 30, 7);
+        b.apply(other, out, -0.4f);
+        test::LineReference::binarize(other, expected, blockSize, -0.4f);
+        ASSERT_EQ(out, expected) << trial;
+    }
+    b.measure({}, 4);
+    EXPECT_EQ(b.deviation(0), 0.0f);
+    b.apply({}, out, 0.0f);
+    EXPECT_TRUE(out.empty());
 }
 
 } // namespace

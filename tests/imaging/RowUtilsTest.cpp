@@ -1,8 +1,12 @@
 #include "pdf417scan/imaging/RowUtils.h"
 
+#include "tests/support/LineReference.h"
+#include "tests/support/RandomLines.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <random>
 #include <vector>
@@ -82,6 +86,48 @@ TEST(RowUtils, SqueezeSaturatesLongRuns) {
     runs = {10, -32768, 4};
     RowUtils::filter(runs, 40000);
     EXPECT_EQ(runs, Runs{32767});
+}
+
+// Every run against the plain per-sample loop, on lines of 0 to 5000 samples
+// and any threshold, binarised lines included, and on lines whose runs
+// overflow 16 bits.
+TEST(RowUtils, SqueezeMatchesTheReference) {
+    std::mt19937 rng(21);
+    Runs runs;
+    Runs expected;
+    for (int trial = 0; trial < 6000; ++trial) {
+        const std::size_t n = trial % 10 == 0 ? rng() % 5001 : rng() % 300;
+        Row row = test::adversarialLine(rng, n, 1 + rng() % 64);
+        unsigned char threshold = static_cast<unsigned char>(rng());
+        switch (rng() % 5) {
+        case 0:
+            threshold = 127; // as on binarised lines
+            break;
+        case 1:
+            threshold = static_cast<unsigned char>(rng() % 2 == 0 ? 0 : 255);
+            break;
+        case 2:
+            if (!row.empty()) { // a threshold equal to some sample
+                threshold = row[rng() % row.size()];
+            }
+            break;
+        default:
+            break;
+        }
+        runs.assign(1 + rng() % 9, 5); // stale content must go
+        RowUtils::squeeze(row, runs, threshold);
+        test::LineReference::squeeze(row, expected, threshold);
+        ASSERT_EQ(runs, expected) << "trial " << trial << ", " << n << " samples, threshold "
+                                  << int(threshold);
+    }
+    for (const std::size_t first : {32766u, 32767u, 32768u, 40000u}) {
+        Row row(first, 0);
+        row.insert(row.end(), 32767 + rng() % 3, 255);
+        row.insert(row.end(), 1 + rng() % 9, 0);
+        RowUtils::squeeze(row, runs, 127);
+        test::LineReference::squeeze(row, expected, 127);
+        ASSERT_EQ(runs, expected) << first;
+    }
 }
 
 TEST(RowUtils, FilterExamples) {
@@ -167,7 +213,38 @@ TEST(RowUtils, StatisticsMatchDoublePrecision) {
         ASSERT_NEAR(RowUtils::calculateStandardDeviation(row), std::sqrt(squares / row.size()),
                     1e-3);
         ASSERT_EQ(RowUtils::calculateStandardDeviation(row), RowUtils::calculateDeviation(row, m));
+        ASSERT_EQ(RowUtils::calculateStandardDeviation(row),
+                  test::LineReference::standardDeviation(row));
     }
+}
+
+// The word-wise reversal of gray lines against std::reverse at every length
+// up to a few words, and the chunked sum against a plain one, wrapping
+// round 32 bits like it.
+TEST(RowUtils, ReverseAndSumMatchPlainLoops) {
+    std::mt19937 rng(23);
+    for (std::size_t n = 0; n <= 100; ++n) {
+        Row row(n);
+        Runs runs(n);
+        for (std::size_t i = 0; i < n; ++i) {
+            row[i] = static_cast<unsigned char>(rng());
+            runs[i] = static_cast<short>(rng());
+        }
+        Row reversed(row.rbegin(), row.rend());
+        RowUtils::reverse(row);
+        ASSERT_EQ(row, reversed) << n;
+        Runs reversedRuns(runs.rbegin(), runs.rend());
+        RowUtils::reverse(runs);
+        ASSERT_EQ(runs, reversedRuns) << n;
+        std::uint32_t sum = 0;
+        for (const unsigned char v : row) {
+            sum += v;
+        }
+        ASSERT_EQ(RowUtils::sumSamples(row.data(), n), sum);
+    }
+    const Row bright(16843010, 255); // sums to 2^32 + 254
+    EXPECT_EQ(RowUtils::sumSamples(bright.data(), bright.size()), 254u);
+    EXPECT_EQ(RowUtils::calculateMean(bright), 254.0f / 16843010.0f);
 }
 
 TEST(RowUtils, ReverseInPlace) {

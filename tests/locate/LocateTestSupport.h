@@ -2,6 +2,7 @@
 
 #include "pdf417scan/imaging/Line2D.h"
 #include "pdf417scan/imaging/Point2D.h"
+#include "tests/support/SymbolCase.h"
 #include "tests/support/SymbolRenderer.h"
 #include "tests/support/ZintPdf417.h"
 
@@ -30,20 +31,6 @@ inline bool makeSymbol(int rows, int dataColumns, unsigned seed, Pdf417Modules& 
     }
     return false;
 }
-
-struct SymbolCase {
-    int rows = 0;
-    int columns = 0;
-    double module = 0.0;   // pixels
-    double rotation = 0.0; // degrees
-    bool camera = false;   // blur, noise and uneven light
-
-    std::string describe() const {
-        return std::to_string(rows) + "x" + std::to_string(columns) + " at " +
-               std::to_string(module) + " px, " + std::to_string(rotation) + " deg" +
-               (camera ? ", camera" : "");
-    }
-};
 
 // Random symbols the detector is built to find: rows and data columns up to
 // the limits, modules in [minModule, maxModule), turned by one of `turns`
@@ -75,26 +62,6 @@ inline std::vector<SymbolCase> randomCases(unsigned seed, int count, double minM
         }
     }
     return cases;
-}
-
-inline SymbolRenderer::Frame renderCase(const Pdf417Modules& symbol, const SymbolCase& c,
-                                        std::uint64_t seed = 1) {
-    SymbolRenderer::Options options;
-    options.moduleWidth = c.module;
-    options.rotationDegrees = c.rotation;
-    options.margin = 20;
-    options.supersampling = 3;
-    options.seed = seed;
-    if (c.camera) {
-        options.blurSigma = 0.4 + 0.1 * static_cast<double>(seed % 8);
-        options.noiseSigma = 2.0 + static_cast<double>(seed % 5);
-        options.lighting.gradientX = seed % 2 ? 0.2 : -0.2;
-        options.lighting.vignette = 0.2;
-        options.ink = 40;
-        options.paper = 200;
-    }
-    SymbolRenderer renderer;
-    return renderer.render(ModuleGrid(symbol), options);
 }
 
 // Position error of a found point against the truth at symbol coordinates

@@ -1,5 +1,6 @@
 #include "pdf417scan/sampling/CodeWordRecognizer.h"
 
+#include "tests/support/LineReference.h"
 #include "tests/support/ModuleLineRenderer.h"
 #include "tests/support/Pdf417Codewords.h"
 
@@ -186,6 +187,49 @@ TEST(CodeWordRecognizer, RepairsTheEndsOfTheRunList) {
         ++checked;
     }
     EXPECT_EQ(checked, 399);
+}
+
+// The recogniser against the plain loop over its weights, on stretches cut
+// anywhere along a line of codewords (so that many need several weights or
+// fail after all of them), from 1 to 9 pixels per module, and on noise.
+TEST(CodeWordRecognizer, MatchesTheReferenceLoop) {
+    CodeWordRecognizer recognizer;
+    std::mt19937 rng(31);
+    int valid = 0;
+    int invalid = 0;
+    for (int trial = 0; trial < 6000; ++trial) {
+        std::vector<unsigned char> samples;
+        if (trial % 10 == 0) {
+            samples.resize(rng() % 200);
+            const int base = static_cast<int>(rng() % 200);
+            const int span = 1 + static_cast<int>(rng() % 56);
+            for (auto& v : samples) {
+                v = static_cast<unsigned char>(base + static_cast<int>(rng() % span));
+            }
+        } else {
+            std::vector<std::uint8_t> line;
+            for (int i = 0; i < 3; ++i) {
+                const auto modules =
+                    test::patternModules(patterns()[rng() % patterns().size()].widths);
+                line.insert(line.end(), modules.begin(), modules.end());
+            }
+            test::LineStyle style;
+            style.pixelsPerModule = std::uniform_real_distribution<double>(1.0, 9.0)(rng);
+            style.blurSigma = std::uniform_real_distribution<double>(0.0, 1.0)(rng);
+            style.noiseSigma = std::uniform_real_distribution<double>(0.0, 12.0)(rng);
+            // Mostly near a codeword's edges, sometimes anywhere.
+            const double shift = trial % 3 == 0
+                                     ? std::uniform_real_distribution<double>(-8.0, 8.0)(rng)
+                                     : std::uniform_real_distribution<double>(-0.7, 0.7)(rng);
+            const double length = 17.0 + std::uniform_real_distribution<double>(-1.0, 1.0)(rng);
+            samples = test::renderModuleLine(line, 17.0 + shift, 17.0 + shift + length, style, rng);
+        }
+        const CodeWord cw = recognizer.recognize(samples);
+        ASSERT_EQ(cw, test::LineReference::recognize(samples, recognizer)) << "trial " << trial;
+        ++(cw.isValid() ? valid : invalid);
+    }
+    EXPECT_GT(valid, 1500);
+    EXPECT_GT(invalid, 1500);
 }
 
 TEST(CodeWordRecognizer, DecodeMeasuresDistancesInWholeModules) {

@@ -1,5 +1,6 @@
 #include "tests/support/Pdf417Codewords.h"
 
+#include <algorithm>
 #include <fstream>
 #include <map>
 #include <sstream>
@@ -102,6 +103,27 @@ std::vector<std::vector<int>> symbolCodewords(const Pdf417Modules& symbol) {
         }
     }
     return values;
+}
+
+bool drawCodeword(Pdf417Modules& symbol, int row, int column, int value) {
+    if (row < 0 || row >= symbol.rows || column < 0 || column > symbol.dataColumns + 1) {
+        return false;
+    }
+    std::vector<std::uint8_t> modules(17, 0);
+    if (value >= 0 && value <= 928) {
+        const auto& patterns = codewordPatterns();
+        const int cluster = 3 * (row % 3);
+        const auto found = std::find_if(patterns.begin(), patterns.end(), [&](const auto& p) {
+            return p.cluster == cluster && p.value == value;
+        });
+        if (found == patterns.end()) {
+            return false;
+        }
+        modules = patternModules(found->widths);
+    }
+    auto& line = symbol.modules[static_cast<std::size_t>(row)];
+    std::copy(modules.begin(), modules.end(), line.begin() + codewordStartModule(column));
+    return true;
 }
 
 std::vector<unsigned short> symbolDataCodewords(const Pdf417Modules& symbol, int ecLevel) {

@@ -42,6 +42,12 @@ std::vector<std::uint8_t> codewordModules(const Pdf417Modules& symbol, int row, 
 // where a pattern is not in the table.
 std::vector<std::vector<int>> symbolCodewords(const Pdf417Modules& symbol);
 
+// Redraws one codeword of the symbol (row, column as in symbolCodewords) as
+// `value` in the row's cluster; a value outside 0..928 draws 17 spaces, which
+// no recogniser can take for a codeword. False if the position is outside the
+// symbol or the pattern table is missing.
+bool drawCodeword(Pdf417Modules& symbol, int row, int column, int value);
+
 // The data codewords (length descriptor first, error correction dropped) in
 // reading order, for a symbol of error correction level ecLevel; empty if a
 // pattern is unknown.

@@ -9,8 +9,7 @@ namespace test {
 
 bool encodePdf417(const std::string& data, const ZintOptions& options, Pdf417Modules& out,
                   std::string* error) {
-    std::unique_ptr<zint_symbol, void (*)(zint_symbol*)> symbol(ZBarcode_Create(),
-                                                               ZBarcode_Delete);
+    std::unique_ptr<zint_symbol, void (*)(zint_symbol*)> symbol(ZBarcode_Create(), ZBarcode_Delete);
     if (!symbol) {
         if (error) {
             *error = "libzint: out of memory";
@@ -23,8 +22,9 @@ bool encodePdf417(const std::string& data, const ZintOptions& options, Pdf417Mod
     symbol->option_2 = options.dataColumns;
     symbol->option_3 = options.rows;
     symbol->warn_level = WARN_FAIL_ALL;
-    const int rc = ZBarcode_Encode(symbol.get(), reinterpret_cast<const unsigned char*>(data.data()),
-                                   static_cast<int>(data.size()));
+    const int rc =
+        ZBarcode_Encode(symbol.get(), reinterpret_cast<const unsigned char*>(data.data()),
+                        static_cast<int>(data.size()));
     if (rc >= ZINT_ERROR) {
         if (error) {
             *error = symbol->errtxt;

@@ -43,6 +43,7 @@ const char* const kUsage =
     "                reader, pooling evidence across frames; prints the first\n"
     "                message read and the frame it came at\n"
     "  --time N      decode each input N times; report median and minimum time\n"
+    "                (not with --frames)\n"
     "  -h, --help    show this help\n"
     "  --version     show the version\n"
     "\n"
@@ -60,7 +61,15 @@ struct Options {
     std::vector<std::string> files;
 };
 
+// Set while a progress line stands on standard error, so that a message
+// replaces it instead of being glued to its end.
+bool progressShown = false;
+
 void fail(const std::string& message) {
+    if (progressShown) {
+        std::cerr << "\r\033[K";
+        progressShown = false;
+    }
     std::cerr << "pdf417scan: " << message << "\n";
 }
 
@@ -127,6 +136,13 @@ bool parseArguments(int argc, char** argv, Options& options, int& exitCode) {
     }
     if (!options.raw && std::count(options.files.begin(), options.files.end(), "-") > 0) {
         fail("standard input is read only with --raw");
+        exitCode = kBadInput;
+        return false;
+    }
+    if (options.frames && options.timing) {
+        // Repeating a frame on the shared reader would pool its votes with
+        // itself, so the times would not be those of one reading.
+        fail("--time cannot be combined with --frames");
         exitCode = kBadInput;
         return false;
     }
@@ -250,6 +266,7 @@ public:
             reader_->decode(rotated, bytes);
         }
         const double ms = elapsedMs(start);
+        fedMs_ += ms;
         if (bytes.empty()) {
             return false;
         }
@@ -258,15 +275,14 @@ public:
         return true;
     }
 
-    int framesFed() const { return frameNumber_; }
-
     void loadFailed(const std::string& name, const std::string& error) {
         badInput_ = true;
         fail(name + ": " + error);
         if (options_.json && !options_.frames) {
+            // Nothing was decoded, so there is no decode time.
             std::cout << "{\"file\":" << jsonString(name)
-                      << ",\"ok\":false,\"error\":" << jsonString("unreadable file: " + error)
-                      << "}\n";
+                      << ",\"ok\":false,\"text\":\"\",\"bytes\":\"\",\"ms\":null,\"error\":"
+                      << jsonString("unreadable file: " + error) << "}\n";
         }
     }
 
@@ -274,8 +290,10 @@ public:
         sawUnread_ = true;
         fail("no symbol read in " + std::to_string(frameNumber_) + " frames");
         if (options_.json) {
+            // ms is the decode time of all frames together.
             std::cout << "{\"frames\":" << frameNumber_
-                      << ",\"ok\":false,\"error\":\"no symbol found\"}\n";
+                      << ",\"ok\":false,\"text\":\"\",\"bytes\":\"\",\"ms\":"
+                      << milliseconds(fedMs_) << ",\"error\":\"no symbol found\"}\n";
         }
     }
 
@@ -289,17 +307,16 @@ private:
             if (frame > 0) {
                 std::cout << ",\"frame\":" << frame;
             }
-            std::cout << ",\"ok\":" << (ok ? "true" : "false");
-            if (ok) {
-                std::cout << ",\"text\":" << jsonString(bytes) << ",\"bytes\":\"" << hex(bytes)
-                          << "\"";
-            } else {
-                std::cout << ",\"error\":" << jsonString(error);
-            }
+            // Every object has the same fields; failures add the error.
+            std::cout << ",\"ok\":" << (ok ? "true" : "false") << ",\"text\":" << jsonString(bytes)
+                      << ",\"bytes\":\"" << hex(bytes) << "\"";
             std::cout << ",\"ms\":" << milliseconds(timing.median);
             if (options_.timing) {
                 std::cout << ",\"runs\":" << options_.repeat
                           << ",\"ms_min\":" << milliseconds(timing.minimum);
+            }
+            if (!ok) {
+                std::cout << ",\"error\":" << jsonString(error);
             }
             std::cout << "}\n";
         } else {
@@ -325,6 +342,7 @@ private:
     bool prefix_;
     std::unique_ptr<pdf417::PDF417Reader> reader_;
     int frameNumber_ = 0;
+    double fedMs_ = 0.0;
     bool badInput_ = false;
     bool sawUnread_ = false;
 };
@@ -347,6 +365,7 @@ int main(int argc, char** argv) {
         if (progress) {
             std::cerr << "\r[" << (i + 1) << "/" << options.files.size() << "] " << file << "\033[K"
                       << std::flush;
+            progressShown = true;
         }
         frames.clear();
         std::string error;
@@ -371,8 +390,9 @@ int main(int argc, char** argv) {
             }
         }
     }
-    if (progress) {
+    if (progressShown) {
         std::cerr << "\r\033[K" << std::flush;
+        progressShown = false;
     }
     if (options.frames && !read) {
         scanner.noFrameRead();

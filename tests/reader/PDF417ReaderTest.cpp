@@ -1,0 +1,279 @@
+// The reader's state across decode() calls (the vote table and the failure
+// count) and its result codes, on rendered libzint symbols damaged on purpose.
+#include "pdf417scan/reader/PDF417Reader.h"
+
+#include "pdf417scan/api/Barcode2DScanner.h"
+#include "pdf417scan/ecc/RS929Encoder.h"
+#include "pdf417scan/imaging/Image.h"
+#include "pdf417scan/imaging/ImageRotate90.h"
+#include "tests/support/Pdf417Codewords.h"
+#include "tests/support/SymbolCase.h"
+#include "tests/support/ZintPdf417.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace pdf417::test {
+namespace {
+
+constexpr int kRows = 12;
+constexpr int kColumns = 4;
+constexpr int kLevel = 1; // four correction codewords: half the rows lost is far too many
+const std::string kMessage = "VOTES FROM TWO ATTEMPTS ADD UP";
+
+Pdf417Modules symbol() {
+    Pdf417Modules s;
+    EXPECT_TRUE(encodePdf417(kMessage, {kColumns, kLevel, kRows}, s));
+    return s;
+}
+
+// The symbol with the data codewords of rows [from, to) wiped out.
+Pdf417Modules damaged(int from, int to) {
+    Pdf417Modules s = symbol();
+    for (int row = from; row < to; ++row) {
+        for (int column = 1; column <= kColumns; ++column) {
+            EXPECT_TRUE(drawCodeword(s, row, column, -1));
+        }
+    }
+    return s;
+}
+
+struct Picture {
+    int width = 0;
+    int height = 0;
+    std::vector<unsigned char> pixels;
+
+    Image image() {
+        return Image(pixels.data(), static_cast<unsigned>(width), static_cast<unsigned>(height));
+    }
+    std::string scan() const {
+        return Barcode2DScanner().scanGrayscaleImage(reinterpret_cast<const char*>(pixels.data()),
+                                                     width, height);
+    }
+};
+
+Picture render(const Pdf417Modules& s, double rotation = 0.0) {
+    SymbolCase placement;
+    placement.rows = s.rows;
+    placement.columns = s.dataColumns;
+    placement.module = 3.0;
+    placement.rotation = rotation;
+    const auto frame = renderCase(s, placement);
+    return {frame.width, frame.height, frame.pixels};
+}
+
+// Two pictures side by side on paper.
+Picture beside(const Picture& left, const Picture& right) {
+    Picture p;
+    p.width = left.width + right.width;
+    p.height = std::max(left.height, right.height);
+    p.pixels.assign(static_cast<std::size_t>(p.width) * p.height, 220);
+    for (int y = 0; y < p.height; ++y) {
+        for (int x = 0; x < p.width; ++x) {
+            const Picture& from = x < left.width ? left : right;
+            const int fx = x < left.width ? x : x - left.width;
+            if (y < from.height) {
+                p.pixels[static_cast<std::size_t>(y) * p.width + x] =
+                    from.pixels[static_cast<std::size_t>(y) * from.width + fx];
+            }
+        }
+    }
+    return p;
+}
+
+std::string text(const std::vector<unsigned char>& bytes) {
+    return std::string(bytes.begin(), bytes.end());
+}
+
+// Number of data cells holding any vote.
+int votedCells(const MultiTable& table) {
+    int voted = 0;
+    for (unsigned long row = 0; row < table.height(); ++row) {
+        for (unsigned long column = 1; column + 1 < table.width(); ++column) {
+            voted += table.get(column, row).codeWord.isValid() ? 1 : 0;
+        }
+    }
+    return voted;
+}
+
+// One frame holds the symbol twice: upright with its top half wiped out, and
+// turned 270 degrees with its bottom half wiped out. The upright attempt sees
+// only the first copy and fails at correction; the rotated view sees only the
+// second, which fails alone too. Together they read, which proves that the
+// second attempt starts from the first one's votes.
+TEST(PDF417ReaderState, VotesCarryOverFromTheUprightToTheRotatedAttempt) {
+    Picture frame = beside(render(damaged(0, kRows / 2)), render(damaged(kRows / 2, kRows), 270));
+    Image image = frame.image();
+    ImageRotate90 rotated(image);
+    const auto truth = symbolCodewords(symbol());
+
+    auto reader = std::make_unique<PDF417Reader>();
+    std::vector<unsigned char> out;
+    ASSERT_EQ(reader->decode(image, out), PDF417Reader::CorrectionFailed);
+    EXPECT_TRUE(out.empty());
+    EXPECT_EQ(reader->failureCount(), 1u);
+    const MultiTable& votes = reader->votes();
+    ASSERT_EQ(votes.width(), static_cast<std::uint64_t>(kColumns + 2));
+    ASSERT_EQ(votes.height(), static_cast<std::uint64_t>(kRows));
+    EXPECT_EQ(votes.ecl(), kLevel);
+    for (int row = 0; row < kRows; ++row) {
+        for (int column = 1; column <= kColumns; ++column) {
+            const CodeWord best = votes.get(column, row).codeWord;
+            if (row < kRows / 2) {
+                EXPECT_FALSE(best.isValid()) << row << ", " << column;
+            } else {
+                ASSERT_TRUE(best.isValid()) << row << ", " << column;
+                EXPECT_EQ(best.code(), truth[row][column]) << row << ", " << column;
+            }
+        }
+    }
+
+    ASSERT_EQ(reader->decode(rotated, out), PDF417Reader::Success);
+    EXPECT_EQ(text(out), kMessage);
+    EXPECT_EQ(reader->failureCount(), 0u);
+    EXPECT_EQ(votedCells(reader->votes()), 0); // a success leaves no votes behind
+
+    // Either half alone is not enough.
+    auto fresh = std::make_unique<PDF417Reader>();
+    EXPECT_EQ(fresh->decode(rotated, out), PDF417Reader::CorrectionFailed);
+    // And the scanning entry, which makes exactly these two attempts, reads it.
+    EXPECT_EQ(frame.scan(), kMessage);
+}
+
+TEST(PDF417ReaderState, SameSymbolTwiceOnOneReader) {
+    Picture frame = render(symbol());
+    Image image = frame.image();
+    auto reader = std::make_unique<PDF417Reader>();
+    std::vector<unsigned char> out{'x'};
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        ASSERT_EQ(reader->decode(image, out), PDF417Reader::Success) << attempt;
+        EXPECT_EQ(text(out), kMessage);
+        EXPECT_EQ(votedCells(reader->votes()), 0);
+    }
+}
+
+// Twenty readings that fail at correction count up; readings that fail at
+// detection, or at sampling, neither count nor touch the votes; the next
+// reading that gets past cutting starts from an empty table, so its votes
+// equal the first reading's, or, if its sampling then fails, leaves none.
+TEST(PDF417ReaderState, TwentyCountedFailuresClearTheVotesBeforeSampling) {
+    Picture failing = render(damaged(0, kRows / 2));
+    Image image = failing.image();
+    std::vector<unsigned char> blank(200 * 100, 128);
+    Image empty(blank.data(), 200, 100);
+    Pdf417Modules wide;
+    ASSERT_TRUE(encodePdf417(kMessage, {29, 2, 12}, wide));
+    Picture tooWide = render(wide);
+    Image tooWideImage = tooWide.image();
+
+    auto reader = std::make_unique<PDF417Reader>();
+    std::vector<unsigned char> out;
+    const auto score = [&] { return reader->votes().get(2, kRows - 1).score; };
+    ASSERT_EQ(reader->decode(image, out), PDF417Reader::CorrectionFailed);
+    const float first = score();
+    ASSERT_GT(first, 0.0f);
+    float last = first;
+    for (std::uint32_t failures = 2; failures <= 20; ++failures) {
+        ASSERT_EQ(reader->decode(image, out), PDF417Reader::CorrectionFailed);
+        EXPECT_EQ(reader->failureCount(), failures);
+        EXPECT_GT(score(), last);
+        last = score();
+        if (failures == 10 || failures == 20) {
+            EXPECT_EQ(reader->decode(empty, out), PDF417Reader::NoSymbol);
+            EXPECT_EQ(reader->failureCount(), failures);
+            EXPECT_EQ(score(), last);
+        }
+        if (failures == 10) {
+            EXPECT_EQ(reader->decode(tooWideImage, out), PDF417Reader::NoCodewords);
+            EXPECT_EQ(reader->failureCount(), failures);
+            EXPECT_EQ(score(), last);
+        }
+    }
+    ASSERT_EQ(reader->decode(image, out), PDF417Reader::CorrectionFailed);
+    EXPECT_EQ(reader->failureCount(), 1u);
+    EXPECT_EQ(score(), first);
+
+    for (std::uint32_t failures = 2; failures <= 20; ++failures) {
+        ASSERT_EQ(reader->decode(image, out), PDF417Reader::CorrectionFailed);
+    }
+    ASSERT_EQ(reader->failureCount(), 20u);
+    EXPECT_EQ(reader->decode(tooWideImage, out), PDF417Reader::NoCodewords);
+    EXPECT_EQ(reader->failureCount(), 0u);
+    EXPECT_EQ(votedCells(reader->votes()), 0);
+}
+
+// A frame for each way a reading can end. Result 2 has no frame: the cutter
+// fails only on corners that are not finite or that leave no scan line
+// crossing a boundary, and the detector never hands such corners over (its
+// near corners must lie inside the image and its edge lines come from fits of
+// at least eight points). A search over 200000 synthetic frames of start and
+// stop patterns at random places, slopes and sizes found 303 detections and
+// no failed cut; the cutter's own tests cover its refusals.
+TEST(PDF417ReaderResults, OneFramePerStage) {
+    std::vector<unsigned char> out{'x'};
+    const auto decode = [&](Picture&& picture, std::uint32_t failures) {
+        auto reader = std::make_unique<PDF417Reader>();
+        const int result = reader->decode(picture.image(), out);
+        EXPECT_EQ(reader->failureCount(), failures);
+        EXPECT_TRUE(result == PDF417Reader::Success || out.empty());
+        return result;
+    };
+
+    Picture blank{320, 200, std::vector<unsigned char>(320 * 200, 200)};
+    EXPECT_EQ(decode(std::move(blank), 0), PDF417Reader::NoSymbol);
+
+    // 29 data columns: the left indicators say 31 columns, which no table
+    // holds, so sampling fails, which is not counted.
+    Pdf417Modules wide;
+    ASSERT_TRUE(encodePdf417(kMessage, {29, 2, 12}, wide));
+    EXPECT_EQ(decode(render(wide), 0), PDF417Reader::NoCodewords);
+
+    // A length descriptor beyond the symbol's capacity: extraction fails,
+    // which is counted.
+    Pdf417Modules longer = symbol();
+    ASSERT_TRUE(drawCodeword(longer, 0, 1, 900));
+    EXPECT_EQ(decode(render(longer), 1), PDF417Reader::NoCodewords);
+
+    EXPECT_EQ(decode(render(damaged(0, kRows / 2)), 1), PDF417Reader::CorrectionFailed);
+
+    EXPECT_EQ(decode(render(symbol()), 0), PDF417Reader::Success);
+    EXPECT_EQ(text(out), kMessage);
+}
+
+// A symbol whose length descriptor is 1 carries no data: the reading succeeds
+// with nothing in it, and the scanner, judging by the bytes alone, tries the
+// rotated view too and returns an empty string. The descriptor counts every
+// codeword but the correction ones, so such a symbol has no room for
+// padding: nine cells at level 2, the descriptor and eight for correction.
+// libzint will not draw a symbol without data, so one of level 1 is redrawn:
+// the level in the row indicators and all nine codewords.
+TEST(PDF417ReaderResults, DescriptorOfOneSucceedsWithNoBytes) {
+    Pdf417Modules s;
+    ASSERT_TRUE(encodePdf417("A", {1, 1, 9}, s));
+    for (int row = 1; row < 9; row += 3) {
+        // Rows of cluster 3 carry 3 x level + (rows - 1) mod 3 on the left,
+        // the next rows (cluster 6) on the right.
+        ASSERT_TRUE(drawCodeword(s, row, 0, 30 * (row / 3) + 3 * 2 + 8 % 3));
+        ASSERT_TRUE(drawCodeword(s, row + 1, 2, 30 * (row / 3) + 3 * 2 + 8 % 3));
+    }
+    std::vector<G929Value> word;
+    ASSERT_TRUE(RS929Encoder::encode({G929Value(1)}, word, 2));
+    ASSERT_EQ(word.size(), 9u);
+    for (std::size_t row = 0; row < word.size(); ++row) {
+        ASSERT_TRUE(drawCodeword(s, static_cast<int>(row), 1, word[row].value()));
+    }
+    Picture frame = render(s);
+    auto reader = std::make_unique<PDF417Reader>();
+    std::vector<unsigned char> out{'x'};
+    EXPECT_EQ(reader->decode(frame.image(), out), PDF417Reader::Success);
+    EXPECT_TRUE(out.empty());
+    EXPECT_EQ(frame.scan(), "");
+}
+
+} // namespace
+} // namespace pdf417::test
