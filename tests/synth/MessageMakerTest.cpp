@@ -1,4 +1,5 @@
 #include "tools/synth/MessageMaker.h"
+#include "tests/support/MessageSymbol.h"
 #include "tests/support/ZintPdf417.h"
 
 #include <gtest/gtest.h>
@@ -15,9 +16,11 @@ bool printable(const std::string& text) {
 
 // Each kind keeps its length range and alphabet, the same seed gives the same
 // message, and libzint takes every message at the widest layout the corpus
-// uses (20 columns, level 5).
+// uses (20 columns, level 5). Byte messages tagged by one binary byte before
+// words open that symbol with a byte shift; arbitrary ones never do.
 TEST(MessageMaker, KindsKeepTheirLengthsAlphabetsAndEncode) {
     bool highByte = false;
+    int tagged = 0;
     for (std::uint64_t seed = 1; seed <= 120; ++seed) {
         for (int k = 0; k < CONTENT_KIND_COUNT; ++k) {
             const auto kind = static_cast<ContentKind>(k);
@@ -57,11 +60,17 @@ TEST(MessageMaker, KindsKeepTheirLengthsAlphabetsAndEncode) {
             }
             test::Pdf417Modules symbol;
             std::string error;
-            EXPECT_TRUE(test::encodePdf417(text, {20, 5, 0}, symbol, &error))
+            ASSERT_TRUE(test::encodePdf417(text, {20, 5, 0}, symbol, &error))
                 << contentName(kind) << ": " << error;
+            const bool wordsAfterTag = kind == ContentKind::Bytes &&
+                                       static_cast<unsigned char>(text[0]) >= 128 &&
+                                       printable(text.substr(1));
+            tagged += wordsAfterTag ? 1 : 0;
+            EXPECT_EQ(test::opensWithByteShift(symbol, 5), wordsAfterTag) << contentName(kind);
         }
     }
     EXPECT_TRUE(highByte);
+    EXPECT_TRUE(tagged > 10 && tagged < 40) << tagged; // one in five of 120
 }
 
 TEST(Random, RangesAndIndependentStreams) {

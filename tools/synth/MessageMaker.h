@@ -12,7 +12,7 @@ enum class ContentKind {
     ShortText, // a label or a code: 4-40 characters of words and digits
     LongText,  // prose, 100-600 characters, with punctuation
     Digits,    // 8-300 decimal digits (numeric compaction)
-    Bytes,     // 6-150 arbitrary bytes (byte compaction)
+    Bytes,     // 6-150 arbitrary bytes (byte compaction), or one binary byte and words
     Licence,   // a driver's-licence-like record, 250-450 characters with line breaks
 };
 
