@@ -25,6 +25,12 @@ struct FrameResult {
     StageTimes stages;   // the staged run
     Reached reached = Reached::NoSymbol;
     std::size_t gotLength = 0;
+    // The symbol opens its data with a byte shift (913), which the decoder
+    // skips on purpose (see ByteShiftCheck).
+    bool opensWithShift = false;
+    // A wrong read that is exactly that deliberate rule's doing; still a
+    // wrong read, counted apart.
+    bool shiftRule = false;
 };
 
 // What the run was, for the report's header.
@@ -50,6 +56,8 @@ public:
                    RunInfo info);
 
     std::size_t count(Outcome outcome) const;
+    // Wrong reads put down to the deliberate byte-shift rule.
+    std::size_t shiftRuleCount() const;
     // A few lines for the terminal.
     std::string summary() const;
 

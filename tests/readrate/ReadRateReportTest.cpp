@@ -62,6 +62,9 @@ TEST(ReadRateReport, CountsRatesAndPercentilesAsWorkedByHand) {
         r.stages.sample = 1.5;
         r.reached = r.outcome == Outcome::Read ? Reached::Read : Reached::NoSymbol;
         r.gotLength = r.outcome == Outcome::Read ? 12 : (r.outcome == Outcome::Missed ? 0 : 5);
+        // Two symbols open with a byte shift; the wrong read is that rule's.
+        r.opensWithShift = i == 4 || i == 5;
+        r.shiftRule = i == 5;
         results.push_back(r);
     }
     RunInfo info;
@@ -71,6 +74,7 @@ TEST(ReadRateReport, CountsRatesAndPercentilesAsWorkedByHand) {
     EXPECT_EQ(report.count(Outcome::Missed), 2u);
     EXPECT_EQ(report.count(Outcome::Wrong), 1u);
     EXPECT_EQ(report.count(Outcome::FalseRead), 1u);
+    EXPECT_EQ(report.shiftRuleCount(), 1u);
 
     const std::string dir = ::testing::TempDir();
     ASSERT_TRUE(report.writeMarkdown(dir + "/readrate_test.md"));
@@ -84,13 +88,15 @@ TEST(ReadRateReport, CountsRatesAndPercentilesAsWorkedByHand) {
              "| all | 10 | 5.00 | 9.00 | 10.0 |", // nearest rank: 5th and 9th of 10
              "| read | 5 | 6.00 | 8.00 | 8.00 |", // 3, 4, 6, 7 and 8 ms
              "| < 1.5 | 2 | 0 | 2 | 0 | 0.0 % |",
-             "| 3–4 | 4 | 3 | 0 | 1 | 75.0 % |",
              "| ≥ 6.5 | 1 | 1 | 0 | 0 | 100.0 % |",
-             "| 270° | 1 | 0 | 0 | 1 | 0.0 % |",
+             "| of them by the deliberate byte-shift rule † | 1 (of 2 symbols whose data opens "
+             "with a byte shift) |",
+             "| 270° | 1 | 0 | 0 | 1 (1 †) | 0.0 % |",
+             "| 3–4 | 4 | 3 | 0 | 1 (1 †) | 75.0 % |",
              "| detect (`Detector::detect`) | 0.50 | 0.50 | 0.50 | 0.50 | 25.0 % |",
              "| sample (`Sampler::sample`) | 1.50 | 1.50 | 1.50 | 1.50 | 75.0 % |",
-             "| f5.pgm | 12 | 5 |",
-             "| f9.pgm | 0 | 5 |",
+             "| f5.pgm | 12 | 5 | byte-shift rule † |",
+             "| f9.pgm | 0 | 5 | no symbol shown |",
          }) {
         EXPECT_NE(md.find(row), std::string::npos) << row;
     }
@@ -100,6 +106,8 @@ TEST(ReadRateReport, CountsRatesAndPercentilesAsWorkedByHand) {
     const std::string tsv = slurp(dir + "/readrate_test.tsv");
     EXPECT_EQ(std::count(tsv.begin(), tsv.end(), '\n'), 11);
     EXPECT_NE(tsv.find("f5.pgm\twrong\t"), std::string::npos);
+    EXPECT_NE(tsv.find("\t12\t5\t1\t1\n"), std::string::npos) << tsv; // f5: opens, rule
+    EXPECT_NE(tsv.find("\t12\t12\t1\t0\n"), std::string::npos) << tsv; // f4: opens, read
 
     std::string error;
     ASSERT_TRUE(report.writePlots(dir, false, error)) << error;
