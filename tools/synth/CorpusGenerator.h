@@ -41,6 +41,10 @@ public:
     // Pixels kept clear between the symbol's quiet zone and the frame border.
     static constexpr double MARGIN = 6.0;
 
+    // Written into the corpus index; raised whenever the same seed would give
+    // other frames, so that reports over two corpora say they differ.
+    static constexpr int VERSION = 2;
+
 private:
     // What the camera adds, drawn the same way for every frame.
     struct Camera {

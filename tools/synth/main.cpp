@@ -137,10 +137,11 @@ int main(int argc, char** argv) {
             }
         }
     }
-    const std::string comment = "pdf417scan camera-frame corpus, generator 1\nseed " +
-                                std::to_string(seed) + ", " + std::to_string(frames720) +
-                                " frames at 1280x720, " + std::to_string(frames1080) +
-                                " at 1920x1080";
+    const std::string comment = "pdf417scan camera-frame corpus, generator " +
+                                std::to_string(pdf417::synth::CorpusGenerator::VERSION) +
+                                "\nseed " + std::to_string(seed) + ", " +
+                                std::to_string(frames720) + " frames at 1280x720, " +
+                                std::to_string(frames1080) + " at 1920x1080";
     if (!pdf417::test::CorpusIndex::write(outDir + "/index.tsv", entries, comment)) {
         std::cerr << "synth: cannot write " << outDir << "/index.tsv\n";
         return 1;
