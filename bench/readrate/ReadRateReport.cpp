@@ -369,9 +369,13 @@ bool ReadRateReport::writeMarkdown(const std::string& path) const {
     out << "- Corpus: " << info_.corpus << "\n";
     out << "- Build: " << info_.build << "\n";
     out << "- Machine: " << info_.machine << "\n";
+    if (!info_.load.empty()) {
+        out << "- Load averages (1, 5, 15 minutes): " << info_.load << "\n";
+    }
     out << "- Run: " << info_.date << ", " << info_.repeats
         << (info_.repeats == 1 ? " scan" : " scans") << " per frame, the median timed; "
-        << ms(info_.wallSeconds) << " s in all\n\n";
+        << ms(info_.wallSeconds) << " s in all\n";
+    out << "- Made again by `make bench`, into `build/bench/`.\n\n";
 
     out << "## Headline\n\n";
     out << "| Measure | Value |\n|---|---|\n";

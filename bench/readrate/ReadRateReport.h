@@ -39,6 +39,7 @@ struct RunInfo {
     int repeats = 1;
     std::string build;
     std::string machine;
+    std::string load; // the machine's load averages before and after the run
     std::string date;
     long peakRssKiB = 0;
     std::size_t readerSize = 0;

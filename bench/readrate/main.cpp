@@ -64,6 +64,18 @@ std::string firstLine(const std::string& path, const std::string& prefix) {
     return "unknown";
 }
 
+// The three load averages, to judge how busy the machine was.
+std::string loadAverages() {
+    std::ifstream in("/proc/loadavg");
+    std::string one;
+    std::string five;
+    std::string fifteen;
+    if (!(in >> one >> five >> fifteen)) {
+        return std::string();
+    }
+    return one + " " + five + " " + fifteen;
+}
+
 std::string corpusComments(const std::string& path) {
     std::ifstream in(path);
     std::string text;
@@ -135,6 +147,7 @@ int main(int argc, char** argv) {
         return 1;
     }
 
+    const std::string loadBefore = loadAverages();
     const Clock::time_point runStart = Clock::now();
     const pdf417::Barcode2DScanner scanner;
     pdf417::bench::StagedReader staged;
@@ -220,6 +233,10 @@ int main(int argc, char** argv) {
                    " hardware threads (one used)";
     info.date = today();
     info.wallSeconds = std::chrono::duration<double>(Clock::now() - runStart).count();
+    const std::string loadAfter = loadAverages();
+    if (!loadBefore.empty() && !loadAfter.empty()) {
+        info.load = loadBefore + " before, " + loadAfter + " after";
+    }
 
     const pdf417::bench::ReadRateReport report(entries, std::move(results), info);
     if (!report.writeMarkdown(outDir + "/report.md") ||
