@@ -461,9 +461,9 @@ bool ReadRateReport::writeMarkdown(const std::string& path) const {
     }
     out << "\n";
 
-    out << "## Where missed frames stop\n\n";
-    out << "The furthest stage either attempt reached, for frames with a symbol that were not "
-           "read.\n\n";
+    out << "## Where frames not read stop\n\n";
+    out << "The furthest stage either attempt reached, for frames with a symbol that were "
+           "missed or read wrongly; a wrong read got as far as decoding.\n\n";
     out << "| Stopped at | Frames |\n|---|---:|\n";
     for (int k = 0; k < REACHED_COUNT; ++k) {
         const auto reached = static_cast<Reached>(k);
