@@ -106,7 +106,7 @@ TEST(ReadRateReport, CountsRatesAndPercentilesAsWorkedByHand) {
     const std::string tsv = slurp(dir + "/readrate_test.tsv");
     EXPECT_EQ(std::count(tsv.begin(), tsv.end(), '\n'), 11);
     EXPECT_NE(tsv.find("f5.pgm\twrong\t"), std::string::npos);
-    EXPECT_NE(tsv.find("\t12\t5\t1\t1\n"), std::string::npos) << tsv; // f5: opens, rule
+    EXPECT_NE(tsv.find("\t12\t5\t1\t1\n"), std::string::npos) << tsv;  // f5: opens, rule
     EXPECT_NE(tsv.find("\t12\t12\t1\t0\n"), std::string::npos) << tsv; // f4: opens, read
 
     std::string error;
