@@ -8,11 +8,17 @@ BUILD_PACKAGES := cmake make g++ pkg-config libgtest-dev libbenchmark-dev libzin
                   gobjc++ libgnustep-base-dev
 # Only `make bench` plots: gnuplot stays out of the test and CI packages.
 BENCH_PACKAGES := gnuplot-nox
+# The fuzz targets build with clang and libFuzzer.
+FUZZ_PACKAGES := clang libclang-rt-14-dev
 ENSURE := bash scripts/ensure-packages.sh
 # The default corpus: seed 1, 500 frames at 1280x720 and 100 at 1920x1080.
 CORPUS := corpus/seed1
 
-.PHONY: all deps build test demo bench sanitize format clean
+# `make fuzz` runs every fuzz target this long, one after the other.
+FUZZ_SECONDS ?= 60
+FUZZ_TARGETS := scan reader rs929 rsdecoder decoder multitable polynomial
+
+.PHONY: all deps build test demo bench sanitize fuzz format clean
 
 all: build
 
@@ -49,6 +55,27 @@ sanitize: deps
 	cmake --preset sanitize
 	cmake --build --preset sanitize -j $(JOBS)
 	ctest --preset sanitize -j $(JOBS)
+
+# Corpora grow in build/fuzz/corpus; a failing input lands in
+# build/fuzz/artifacts and stops the run with the end of the target's log.
+fuzz: deps
+	@$(ENSURE) $(FUZZ_PACKAGES)
+	cmake -S . -B build/fuzz -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+		-DPDF417SCAN_FUZZ=ON -DPDF417SCAN_WERROR=$(PDF417SCAN_WERROR) \
+		-DPDF417SCAN_BUILD_TESTS=OFF -DPDF417SCAN_BUILD_BENCH=OFF -DPDF417SCAN_BUILD_TOOLS=OFF \
+		-DPDF417SCAN_INSTALL=OFF -DPDF417SCAN_OBJC=OFF
+	cmake --build build/fuzz -j $(JOBS)
+	@mkdir -p build/fuzz/artifacts build/fuzz/logs
+	@set -e; for t in $(FUZZ_TARGETS); do \
+		mkdir -p build/fuzz/corpus/$$t; \
+		echo "fuzz_$$t: $(FUZZ_SECONDS) s"; \
+		if ! build/fuzz/fuzz/fuzz_$$t -max_total_time=$(FUZZ_SECONDS) -timeout=30 \
+				-print_final_stats=1 -artifact_prefix=build/fuzz/artifacts/$$t- \
+				build/fuzz/corpus/$$t build/fuzz/fuzz/seeds/$$t > build/fuzz/logs/$$t.log 2>&1; then \
+			tail -n 60 build/fuzz/logs/$$t.log; exit 1; \
+		fi; \
+		grep -h 'stat::number_of_executed_units' build/fuzz/logs/$$t.log; \
+	done
 
 format:
 	git ls-files '*.cpp' '*.h' '*.mm' | xargs clang-format -i
