@@ -212,12 +212,7 @@ TEST(ScanEndToEnd, QuarterTurnsReadThroughTheRotatedRetry) {
         std::string message;
         Pdf417Modules symbol;
         ASSERT_TRUE(encodeMessageSymbol(MessageKind::Text, 14, 5, 3, 0.9, rng, message, symbol));
-        SymbolCase placement;
-        placement.rows = 14;
-        placement.columns = 5;
-        placement.module = 3.0;
-        placement.rotation = 90.0 * turn;
-        auto frame = renderCase(symbol, placement);
+        auto frame = renderCase(symbol, {14, 5, 3.0, 90.0 * turn});
         EXPECT_EQ(scanFrame(frame), message) << turn * 90 << " deg";
 
         auto reader = std::make_unique<PDF417Reader>();
@@ -229,28 +224,6 @@ TEST(ScanEndToEnd, QuarterTurnsReadThroughTheRotatedRetry) {
             EXPECT_EQ(upright, PDF417Reader::NoSymbol) << turn * 90 << " deg";
         }
     }
-}
-
-TEST(ScanEndToEnd, FramesWithoutSymbolsGiveEmptyStrings) {
-    const Barcode2DScanner scanner;
-    std::mt19937 rng(9);
-    std::vector<unsigned char> pixels(320 * 240);
-    for (int kind = 0; kind < 4; ++kind) {
-        for (std::size_t i = 0; i < pixels.size(); ++i) {
-            const auto x = static_cast<unsigned>(i % 320);
-            pixels[i] = kind == 0   ? 128
-                        : kind == 1 ? static_cast<unsigned char>(rng())
-                        : kind == 2 ? static_cast<unsigned char>((x / 3) % 2 ? 220 : 30) // bars
-                                    : static_cast<unsigned char>(i / 320 % 2 ? 220 : 30);
-        }
-        EXPECT_EQ(
-            scanner.scanGrayscaleImage(reinterpret_cast<const char*>(pixels.data()), 320, 240), "")
-            << kind;
-    }
-    // Degenerate sizes read nothing and touch nothing.
-    EXPECT_EQ(scanner.scanGrayscaleImage(reinterpret_cast<const char*>(pixels.data()), 1, 1), "");
-    EXPECT_EQ(scanner.scanGrayscaleImage(reinterpret_cast<const char*>(pixels.data()), 0, 0), "");
-    EXPECT_EQ(scanner.scanGrayscaleImage(nullptr, 0, 0), "");
 }
 
 } // namespace
