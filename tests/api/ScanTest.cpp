@@ -42,6 +42,7 @@ TEST(CheckedScan, RefusesBadCalls) {
                                ScanStatus::BadDimensions, ScanStatus::BufferTooSmall}) {
         EXPECT_FALSE(std::string(describe(s)).empty());
     }
+    EXPECT_STREQ(describe(ScanStatus::BadDimensions), "width and height must be positive");
 }
 
 // On valid frames the checked entry says what the unchecked one says, and
@@ -59,11 +60,8 @@ TEST(CheckedScan, AgreesWithTheUncheckedEntry) {
         if (opensWithByteShift(symbol, 2)) {
             continue; // read as text on purpose: not this test's business
         }
-        SymbolCase placement;
-        placement.rows = rows;
-        placement.columns = columns;
-        placement.module = trial % 4 == 3 ? 1.5 : 3.0; // some too fine to read
-        placement.rotation = 90.0 * (trial % 4);
+        // Some too fine to read.
+        const SymbolCase placement{rows, columns, trial % 4 == 3 ? 1.5 : 3.0, 90.0 * (trial % 4)};
         auto frame = renderCase(symbol, placement, static_cast<std::uint64_t>(trial) + 1);
 
         const std::string unchecked = Barcode2DScanner().scanGrayscaleImage(

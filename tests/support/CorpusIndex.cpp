@@ -7,6 +7,7 @@
 #include <fstream>
 #include <limits>
 #include <sstream>
+#include <type_traits>
 #include <variant>
 
 namespace pdf417 {
@@ -53,73 +54,51 @@ const Field FIELDS[] = {
 constexpr std::size_t FIELD_COUNT = sizeof(FIELDS) / sizeof(FIELDS[0]);
 
 std::string format(const CorpusEntry& entry, const Member& member) {
-    struct Formatter {
-        const CorpusEntry& entry;
-        std::string operator()(std::string CorpusEntry::*m) const { return entry.*m; }
-        std::string operator()(int CorpusEntry::*m) const { return std::to_string(entry.*m); }
-        std::string operator()(bool CorpusEntry::*m) const { return entry.*m ? "1" : "0"; }
-        std::string operator()(double CorpusEntry::*m) const {
-            char text[64];
-            std::snprintf(text, sizeof text, "%.4f", entry.*m);
-            return text;
-        }
-    };
-    return std::visit(Formatter{entry}, member);
+    return std::visit(
+        [&](auto m) -> std::string {
+            using T = std::decay_t<decltype(entry.*m)>;
+            if constexpr (std::is_same_v<T, std::string>) {
+                return entry.*m;
+            } else if constexpr (std::is_same_v<T, double>) {
+                char text[64];
+                std::snprintf(text, sizeof text, "%.4f", entry.*m);
+                return text;
+            } else {
+                return std::to_string(static_cast<int>(entry.*m)); // bool: 0 or 1
+            }
+        },
+        member);
 }
 
-bool parseInt(const std::string& text, long low, long high, long& out) {
-    if (text.empty()) {
-        return false;
-    }
-    errno = 0;
-    char* end = nullptr;
-    const long value = std::strtol(text.c_str(), &end, 10);
-    if (errno != 0 || *end != '\0' || value < low || value > high) {
-        return false;
-    }
-    out = value;
-    return true;
-}
-
+// Numbers must fill their field and be finite; whole numbers fit their type
+// (0 or 1 for a bool).
 bool parse(const std::string& text, CorpusEntry& entry, const Member& member) {
-    struct Parser {
-        const std::string& text;
-        CorpusEntry& entry;
-        bool operator()(std::string CorpusEntry::*m) const {
-            entry.*m = text;
-            return true;
-        }
-        bool operator()(int CorpusEntry::*m) const {
-            long value = 0;
-            if (!parseInt(text, std::numeric_limits<int>::min(), std::numeric_limits<int>::max(),
-                          value)) {
-                return false;
-            }
-            entry.*m = static_cast<int>(value);
-            return true;
-        }
-        bool operator()(bool CorpusEntry::*m) const {
-            long value = 0;
-            if (!parseInt(text, 0, 1, value)) {
-                return false;
-            }
-            entry.*m = value == 1;
-            return true;
-        }
-        bool operator()(double CorpusEntry::*m) const {
-            if (text.empty()) {
-                return false;
-            }
+    return std::visit(
+        [&](auto m) {
+            using T = std::decay_t<decltype(entry.*m)>;
             char* end = nullptr;
-            const double value = std::strtod(text.c_str(), &end);
-            if (*end != '\0' || !std::isfinite(value)) {
-                return false;
+            if constexpr (std::is_same_v<T, std::string>) {
+                entry.*m = text;
+            } else if constexpr (std::is_same_v<T, double>) {
+                const double value = std::strtod(text.c_str(), &end);
+                if (text.empty() || *end != '\0' || !std::isfinite(value)) {
+                    return false;
+                }
+                entry.*m = value;
+            } else {
+                constexpr bool flag = std::is_same_v<T, bool>;
+                errno = 0;
+                const long value = std::strtol(text.c_str(), &end, 10);
+                if (text.empty() || errno != 0 || *end != '\0' ||
+                    value < (flag ? 0 : std::numeric_limits<int>::min()) ||
+                    value > (flag ? 1 : std::numeric_limits<int>::max())) {
+                    return false;
+                }
+                entry.*m = static_cast<T>(value);
             }
-            entry.*m = value;
             return true;
-        }
-    };
-    return std::visit(Parser{text, entry}, member);
+        },
+        member);
 }
 
 } // namespace

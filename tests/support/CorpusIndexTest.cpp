@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <random>
@@ -9,33 +10,25 @@
 namespace pdf417::test {
 namespace {
 
+const auto kInts = {&CorpusEntry::width,   &CorpusEntry::height,     &CorpusEntry::messageLength,
+                    &CorpusEntry::columns, &CorpusEntry::rows,       &CorpusEntry::level,
+                    &CorpusEntry::turn,    &CorpusEntry::jpegQuality};
+const auto kReals = {&CorpusEntry::modulePx,    &CorpusEntry::rowHeight, &CorpusEntry::rotation,
+                     &CorpusEntry::perspective, &CorpusEntry::blurPx,    &CorpusEntry::blurModules,
+                     &CorpusEntry::noise,       &CorpusEntry::ink,       &CorpusEntry::paper,
+                     &CorpusEntry::gradientX,   &CorpusEntry::gradientY, &CorpusEntry::vignette};
+
 CorpusEntry randomEntry(std::mt19937& rng) {
-    std::uniform_real_distribution<double> real(-500.0, 500.0);
-    std::uniform_int_distribution<int> integer(-100000, 100000);
     CorpusEntry e;
     e.image = "frame_" + std::to_string(rng() % 10000) + ".pgm";
     e.message = rng() % 4 == 0 ? "" : "frame_" + std::to_string(rng() % 10000) + ".msg";
     e.content = rng() % 2 ? "licence" : "short text with spaces";
-    e.width = integer(rng);
-    e.height = integer(rng);
-    e.messageLength = integer(rng);
-    e.columns = integer(rng);
-    e.rows = integer(rng);
-    e.level = integer(rng);
-    e.modulePx = real(rng);
-    e.rowHeight = real(rng);
-    e.rotation = real(rng);
-    e.turn = integer(rng);
-    e.perspective = real(rng);
-    e.blurPx = real(rng);
-    e.blurModules = real(rng);
-    e.noise = real(rng);
-    e.ink = real(rng);
-    e.paper = real(rng);
-    e.gradientX = real(rng);
-    e.gradientY = real(rng);
-    e.vignette = real(rng);
-    e.jpegQuality = integer(rng);
+    for (auto m : kInts) {
+        e.*m = std::uniform_int_distribution<int>(-100000, 100000)(rng);
+    }
+    for (auto m : kReals) {
+        e.*m = std::uniform_real_distribution<double>(-500.0, 500.0)(rng);
+    }
     e.fits = rng() % 2 == 0;
     return e;
 }
@@ -45,19 +38,13 @@ void expectSame(const CorpusEntry& a, const CorpusEntry& b) {
     EXPECT_EQ(a.image, b.image);
     EXPECT_EQ(a.message, b.message);
     EXPECT_EQ(a.content, b.content);
-    EXPECT_EQ(a.hasSymbol(), b.hasSymbol());
-    for (auto m : {&CorpusEntry::width, &CorpusEntry::height, &CorpusEntry::messageLength,
-                   &CorpusEntry::columns, &CorpusEntry::rows, &CorpusEntry::level,
-                   &CorpusEntry::turn, &CorpusEntry::jpegQuality}) {
+    EXPECT_EQ(a.fits, b.fits);
+    for (auto m : kInts) {
         EXPECT_EQ(a.*m, b.*m);
     }
-    for (auto m : {&CorpusEntry::modulePx, &CorpusEntry::rowHeight, &CorpusEntry::rotation,
-                   &CorpusEntry::perspective, &CorpusEntry::blurPx, &CorpusEntry::blurModules,
-                   &CorpusEntry::noise, &CorpusEntry::ink, &CorpusEntry::paper,
-                   &CorpusEntry::gradientX, &CorpusEntry::gradientY, &CorpusEntry::vignette}) {
+    for (auto m : kReals) {
         EXPECT_NEAR(a.*m, b.*m, 5.1e-5);
     }
-    EXPECT_EQ(a.fits, b.fits);
 }
 
 TEST(CorpusIndex, RowsAndFilesRoundTrip) {
@@ -88,13 +75,9 @@ TEST(CorpusIndex, RefusesMalformedRowsAndFiles) {
     ASSERT_TRUE(CorpusIndex::parseRow(good, entry));
     const CorpusEntry before = entry;
     // Every numeric field's text replaced in turn by something it must refuse.
-    std::size_t start = 0;
     int numericFields = 0;
-    for (std::size_t field = 0; start <= good.size(); ++field) {
-        std::size_t end = good.find('\t', start);
-        if (end == std::string::npos) {
-            end = good.size();
-        }
+    for (std::size_t field = 0, start = 0; start <= good.size(); ++field) {
+        const std::size_t end = std::min(good.find('\t', start), good.size());
         if (field >= 3) { // image, message and content take any text
             ++numericFields;
             for (const char* bad : {"", "x1", "nan", "inf", "1e999", "2.5.1", "1 "}) {
@@ -106,10 +89,10 @@ TEST(CorpusIndex, RefusesMalformedRowsAndFiles) {
         start = end + 1;
     }
     EXPECT_EQ(numericFields, 21);
-    EXPECT_FALSE(CorpusIndex::parseRow(good + "\textra", entry));
-    EXPECT_FALSE(CorpusIndex::parseRow(good.substr(0, good.rfind('\t')), entry));
-    EXPECT_FALSE(CorpusIndex::parseRow(good + "\r", entry));
-    EXPECT_FALSE(CorpusIndex::parseRow("", entry));
+    for (const std::string& bad :
+         {good + "\textra", good.substr(0, good.rfind('\t')), good + "\r", std::string()}) {
+        EXPECT_FALSE(CorpusIndex::parseRow(bad, entry));
+    }
     expectSame(before, entry); // a refused row leaves the entry alone
 
     const std::string path = ::testing::TempDir() + "/corpus_index_bad.tsv";

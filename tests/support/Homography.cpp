@@ -50,12 +50,10 @@ Homography Homography::rotation(double degrees) {
 }
 
 bool Homography::map(double x, double y, Vec2& out) const {
-    const double w = m_[6] * x + m_[7] * y + m_[8];
-    if (!(w > 0.0)) {
+    if (!(m_[6] * x + m_[7] * y + m_[8] > 0.0)) {
         return false;
     }
-    out.x = (m_[0] * x + m_[1] * y + m_[2]) / w;
-    out.y = (m_[3] * x + m_[4] * y + m_[5]) / w;
+    out = (*this)(x, y);
     return true;
 }
 

@@ -45,21 +45,14 @@ std::uint32_t widthKey(const std::array<int, 8>& widths) {
     return key;
 }
 
-} // namespace
-
-const std::vector<CodewordPattern>& codewordPatterns() {
-    static const std::vector<CodewordPattern> patterns = load();
-    return patterns;
+// Where a symbol column's 17 modules start in libzint's rows: after the
+// 17-module start pattern.
+int codewordStartModule(int column) {
+    return 17 + 17 * column;
 }
 
-std::vector<std::uint8_t> patternModules(const std::array<int, 8>& widths) {
-    std::vector<std::uint8_t> modules;
-    for (std::size_t i = 0; i < widths.size(); ++i) {
-        modules.insert(modules.end(), static_cast<std::size_t>(widths[i]), i % 2 == 0 ? 1 : 0);
-    }
-    return modules;
-}
-
+// The eight element widths of 17 module bits, bar first; false if they do
+// not form exactly four bars and four spaces.
 bool elementWidths(const std::uint8_t* modules, std::array<int, 8>& widths) {
     widths.fill(0);
     std::size_t element = 0;
@@ -75,10 +68,19 @@ bool elementWidths(const std::uint8_t* modules, std::array<int, 8>& widths) {
     return element == widths.size() - 1;
 }
 
-std::vector<std::uint8_t> codewordModules(const Pdf417Modules& symbol, int row, int column) {
-    const auto& bits = symbol.modules[static_cast<std::size_t>(row)];
-    const auto first = bits.begin() + codewordStartModule(column);
-    return std::vector<std::uint8_t>(first, first + 17);
+} // namespace
+
+const std::vector<CodewordPattern>& codewordPatterns() {
+    static const std::vector<CodewordPattern> patterns = load();
+    return patterns;
+}
+
+std::vector<std::uint8_t> patternModules(const std::array<int, 8>& widths) {
+    std::vector<std::uint8_t> modules;
+    for (std::size_t i = 0; i < widths.size(); ++i) {
+        modules.insert(modules.end(), static_cast<std::size_t>(widths[i]), i % 2 == 0 ? 1 : 0);
+    }
+    return modules;
 }
 
 std::vector<std::vector<int>> symbolCodewords(const Pdf417Modules& symbol) {
@@ -95,9 +97,10 @@ std::vector<std::vector<int>> symbolCodewords(const Pdf417Modules& symbol) {
         const PatternMap& map = byPattern[static_cast<std::size_t>(row % 3)];
         for (int column = 0; column < symbol.dataColumns + 2; ++column) {
             std::array<int, 8> widths{};
-            const auto modules = codewordModules(symbol, row, column);
+            const std::uint8_t* modules =
+                symbol.modules[static_cast<std::size_t>(row)].data() + codewordStartModule(column);
             const auto found =
-                elementWidths(modules.data(), widths) ? map.find(widthKey(widths)) : map.end();
+                elementWidths(modules, widths) ? map.find(widthKey(widths)) : map.end();
             values[static_cast<std::size_t>(row)].push_back(found == map.end() ? -1
                                                                                : found->second);
         }

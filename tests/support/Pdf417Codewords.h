@@ -23,23 +23,10 @@ const std::vector<CodewordPattern>& codewordPatterns();
 // Expands element widths into module bits (1 = bar), bar first.
 std::vector<std::uint8_t> patternModules(const std::array<int, 8>& widths);
 
-// The eight element widths of the 17 module bits at `modules`, bar first.
-// False if they do not form exactly four bars and four spaces.
-bool elementWidths(const std::uint8_t* modules, std::array<int, 8>& widths);
-
-// Symbol columns of libzint's module rows: column 0 is the left row
-// indicator, 1..dataColumns the data, dataColumns + 1 the right indicator.
-// Each is 17 modules wide and starts after the 17-module start pattern.
-inline int codewordStartModule(int column) {
-    return 17 + 17 * column;
-}
-
-// The 17 module bits of one codeword.
-std::vector<std::uint8_t> codewordModules(const Pdf417Modules& symbol, int row, int column);
-
 // The codeword values of a symbol, looked up in the pattern table under the
-// row's cluster: one vector per row over all dataColumns + 2 columns, -1
-// where a pattern is not in the table.
+// row's cluster: one vector per row over all symbol columns (0 the left row
+// indicator, 1..dataColumns the data, dataColumns + 1 the right indicator),
+// -1 where a pattern is not in the table.
 std::vector<std::vector<int>> symbolCodewords(const Pdf417Modules& symbol);
 
 // Redraws one codeword of the symbol (row, column as in symbolCodewords) as

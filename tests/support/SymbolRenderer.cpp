@@ -206,14 +206,8 @@ SymbolRenderer::Frame SymbolRenderer::render(const ModuleGrid& grid, const Optio
             long row = 0;
             bool valid = false;
         };
-        const auto cellAt = [&](double x, double y) {
+        const auto cellOf = [&](double u, double v) {
             Cell c;
-            const double dw = m[6] * x + m[7] * y + m[8];
-            if (!(dw > 0.0)) {
-                return c;
-            }
-            const double u = (m[0] * x + m[1] * y + m[2]) / dw;
-            const double v = (m[3] * x + m[4] * y + m[5]) / dw;
             c.col = u < 0.0 ? -1 : (u >= w ? grid.columns() : static_cast<long>(u));
             c.row = v < 0.0 ? -1
                             : (v >= h ? rows
@@ -221,6 +215,13 @@ SymbolRenderer::Frame SymbolRenderer::render(const ModuleGrid& grid, const Optio
                                                  static_cast<long>(rows - 1)));
             c.valid = true;
             return c;
+        };
+        const auto cellAt = [&](double x, double y) {
+            const double dw = m[6] * x + m[7] * y + m[8];
+            if (!(dw > 0.0)) {
+                return Cell();
+            }
+            return cellOf((m[0] * x + m[1] * y + m[2]) / dw, (m[3] * x + m[4] * y + m[5]) / dw);
         };
         // Colour of a whole cell, or -1 where it is not one colour (off the
         // grid when the quiet zone and the background differ).
@@ -248,13 +249,7 @@ SymbolRenderer::Frame SymbolRenderer::render(const ModuleGrid& grid, const Optio
             double u = (m[0] * x0 + m[1] * y + m[2]) / m[8];
             double v = (m[3] * x0 + m[4] * y + m[5]) / m[8];
             for (std::size_t i = 0; i < cells.size(); ++i, u += du, v += dv) {
-                Cell& c = cells[i];
-                c.col = u < 0.0 ? -1 : (u >= w ? grid.columns() : static_cast<long>(u));
-                c.row = v < 0.0 ? -1
-                                : (v >= h ? rows
-                                          : std::min(static_cast<long>(v / rowHeight),
-                                                     static_cast<long>(rows - 1)));
-                c.valid = true;
+                cells[i] = cellOf(u, v);
             }
         };
         cornerRow(y0, top);

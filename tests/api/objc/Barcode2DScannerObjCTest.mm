@@ -80,12 +80,7 @@ TEST(Barcode2DScannerObjC, RenderedSymbolsGiveTheirText) {
         std::string message;
         pdf417::test::Pdf417Modules symbol;
         ASSERT_TRUE(pdf417::test::encodeMessageSymbol(kind, 12, 4, 3, 0.8, rng, message, symbol));
-        pdf417::test::SymbolCase placement;
-        placement.rows = 12;
-        placement.columns = 4;
-        placement.module = 3.0;
-        placement.rotation = 90.0 * turn;
-        auto frame = pdf417::test::renderCase(symbol, placement);
+        auto frame = pdf417::test::renderCase(symbol, {12, 4, 3.0, 90.0 * turn});
         NSString *text = [scanner scanGrayscaleImage:reinterpret_cast<char *>(frame.pixels.data())
                                                Width:frame.width
                                               Height:frame.height];
