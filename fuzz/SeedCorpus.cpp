@@ -252,13 +252,13 @@ int main(int argc, char** argv) {
 
     // Narrow symbols keep the frames small; modules of three pixels and
     // symbols at least 60 pixels high are what the reader needs.
-    struct Spec {
+    struct SeedSymbol {
         std::string message;
         int dataColumns;
         int rows;
         int ecLevel;
     };
-    const std::vector<Spec> specs = {
+    const std::vector<SeedSymbol> seedSymbols = {
         {"PDF417", 1, 9, 1},
         {"Hi, 2026!", 1, 9, 0},
         {"31415926535897932384", 1, 13, 1},
@@ -266,9 +266,9 @@ int main(int argc, char** argv) {
         {"Mixed CASE & punct; 42!", 2, 13, 2},
     };
     std::vector<Symbol> symbols;
-    for (const Spec& spec : specs) {
+    for (const SeedSymbol& seed : seedSymbols) {
         Symbol s;
-        if (!makeSymbol(spec.message, spec.dataColumns, spec.rows, spec.ecLevel, s)) {
+        if (!makeSymbol(seed.message, seed.dataColumns, seed.rows, seed.ecLevel, s)) {
             std::fprintf(stderr, "libzint could not encode seed message %zu\n", symbols.size());
             return 1;
         }
