@@ -22,7 +22,9 @@ void MultiTable::clear() {
 }
 
 bool MultiTable::add(unsigned long column, unsigned long row, unsigned short value) {
-    if (column < 1 || column + 1 >= width_ || row >= height_) {
+    // Compared against width - 2 rather than column + 1 against width, so that
+    // the largest column cannot wrap around into the table.
+    if (width_ < 3 || column < 1 || column > width_ - 2 || row >= height_) {
         return false;
     }
     const auto cluster = static_cast<CodeWord::ECluster>(row % 3);

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <memory>
 
 namespace pdf417 {
@@ -81,6 +82,9 @@ TEST(MultiTable, GeometryAddAndClear) {
 
     table->clear(7, 9, 3); // indicator columns and rows past the last take no votes
     EXPECT_FALSE(table->add(0, 0, 5) || table->add(6, 0, 5) || table->add(3, 9, 5));
+    // Columns whose successor wraps to 0 once wrote before the table (a fuzz find).
+    const unsigned long last = std::numeric_limits<unsigned long>::max();
+    EXPECT_FALSE(table->add(last, 0, 5) || table->add(last - 1, 0, 5) || table->add(1, last, 5));
     for (unsigned long row = 0; row < 9; ++row) {
         for (unsigned long column = 1; column <= 5; ++column) {
             ASSERT_TRUE(table->add(column, row, static_cast<unsigned short>(row * 10 + column)));
