@@ -53,7 +53,7 @@ public:
         clear();
     }
     bool inside(std::uint64_t column, std::uint64_t row) const {
-        return column >= 1 && column + 1 < width_ && row < height_;
+        return column >= 1 && column < width_ && column + 1 < width_ && row < height_;
     }
     ModelCell& cell(std::uint64_t column, std::uint64_t row) {
         return cells_[row * (width_ - 2) + column - 1];
