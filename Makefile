@@ -16,7 +16,7 @@ CORPUS := corpus/seed1
 
 # `make fuzz` runs every fuzz target this long, one after the other.
 FUZZ_SECONDS ?= 60
-FUZZ_TARGETS := scan reader rs929 rsdecoder decoder multitable polynomial
+FUZZ_TARGETS := read reader rs929 rsdecoder decoder multitable polynomial
 
 .PHONY: all deps build test demo bench sanitize fuzz format clean
 

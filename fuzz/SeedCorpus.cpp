@@ -2,9 +2,9 @@
 // encodes a few messages, the test renderer draws them into small frames, and
 // each target gets inputs in its own format built from those frames and from
 // the symbols' codewords. Usage: make_fuzz_seeds <directory>; the seeds go to
-// <directory>/<target>/. Frames that the scanner cannot read are reported and
+// <directory>/<target>/. Frames that the reader cannot read are reported and
 // fail the run, so the seeds really lead into the whole reading chain.
-#include "pdf417scan/api/Scan.h"
+#include "pdf417scan/api/Read.h"
 #include "pdf417scan/ecc/G929Value.h"
 #include "pdf417scan/ecc/RS929Encoder.h"
 #include "tests/support/ModuleGrid.h"
@@ -121,10 +121,26 @@ Frame render(const Symbol& symbol, double module, double rotation, double noise)
     return {frame.width, frame.height, std::move(frame.pixels)};
 }
 
-Bytes frameInput(const Frame& frame) {
+// A frame for fuzz_read in gray or, for any other format value, as RGB
+// (gray in every channel), each row padded by `padding` bytes; default
+// effort, quarter turn tried.
+Bytes frameInput(const Frame& frame, pdf417::PixelFormat format, unsigned padding) {
     Bytes b;
     b.u16(static_cast<unsigned>(frame.width)).u16(static_cast<unsigned>(frame.height));
-    return b.raw(frame.pixels);
+    const bool gray = format == pdf417::PixelFormat::Luminance;
+    b.u8(gray ? 0 : static_cast<unsigned>(pdf417::PixelFormat::RGB)).u8(padding).u8(1);
+    for (int y = 0; y < frame.height; ++y) {
+        for (int x = 0; x < frame.width; ++x) {
+            const std::uint8_t v = frame.pixels[static_cast<std::size_t>(y) * frame.width + x];
+            for (int channel = gray ? 1 : 3; channel > 0; --channel) {
+                b.u8(v);
+            }
+        }
+        if (y + 1 < frame.height) {
+            b.raw(std::vector<std::uint8_t>(padding, 0));
+        }
+    }
+    return b;
 }
 
 // A sequence of 24 frames for one reader: damaged copies of the frame, some
@@ -284,14 +300,17 @@ int main(int argc, char** argv) {
         const double rotations[] = {0.0, 90.0, 180.0, 3.0};
         for (std::size_t r = 0; r < 4; ++r) {
             const Frame frame = render(s, 3.0, rotations[r], r == 3 ? 5.0 : 1.0);
-            const pdf417::ScanResult result =
-                pdf417::scan(frame.pixels.data(), frame.pixels.size(), frame.width, frame.height);
-            if (result.bytes != s.message) {
+            const pdf417::ReadResult result = pdf417::read(pdf417::ImageView(
+                frame.pixels.data(), frame.pixels.size(), frame.width, frame.height));
+            if (std::string(result.bytes.begin(), result.bytes.end()) != s.message) {
                 std::fprintf(stderr, "seed frame %zu/%zu (%dx%d) does not read: %s\n", i, r,
                              frame.width, frame.height, pdf417::describe(result.status));
                 ++unread;
             }
-            ok = writer.write("scan", frameInput(frame)) && ok;
+            ok = writer.write("read", frameInput(frame, pdf417::PixelFormat::Luminance, 0)) && ok;
+            if (r == 0) {
+                ok = writer.write("read", frameInput(frame, pdf417::PixelFormat::RGB, 7)) && ok;
+            }
             if (r < 2) {
                 ok = writer.write("reader", readerInput(frame, r == 1, false)) && ok;
                 ok = writer.write("reader", readerInput(frame, r == 1, true)) && ok;
@@ -320,8 +339,8 @@ int main(int argc, char** argv) {
     ok = writer.write("decoder", group) && ok;
     // Plain frames: nothing to find, cheap to mutate.
     Bytes blank;
-    blank.u16(64).u16(32).raw(std::vector<std::uint8_t>(64 * 32, 200));
-    ok = writer.write("scan", blank) && ok;
+    blank.u16(64).u16(32).u8(0).u8(0).u8(1).raw(std::vector<std::uint8_t>(64 * 32, 200));
+    ok = writer.write("read", blank) && ok;
 
     if (unread > 0) {
         std::fprintf(stderr, "%d seed frames do not read\n", unread);

@@ -1,13 +1,16 @@
-// One PDF417Reader fed a sequence of frames, so that its vote table and its
-// failure count carry over from frame to frame as they do on a camera feed.
+// One PDF417Reader and one FrameReader fed the same sequence of frames, so
+// that their votes and failure counts carry over from frame to frame as they
+// do on a camera feed.
 //
 // Input: width and height (16 bits each), the number of frames (1 + byte %
-// 32), the base frame's pixels, then per frame one byte (bit 7: read the
-// frame turned 90 degrees; bits 0-2: number of edits) and its edits, each a
-// kind, x, y, a size (low byte width, high byte height) and a value, applied
-// to a fresh copy of the base frame: fill, invert or brighten a rectangle.
+// 32), the base frame's pixels, then per frame one byte (bit 7: give the
+// PDF417Reader the frame turned 90 degrees; bit 6: reset the FrameReader
+// first; bits 0-2: number of edits) and its edits, each a kind, x, y, a size
+// (low byte width, high byte height) and a value, applied to a fresh copy of
+// the base frame: fill, invert or brighten a rectangle.
 #include "fuzz/FuzzCheck.h"
 #include "fuzz/FuzzInput.h"
+#include "pdf417scan/api/FrameReader.h"
 #include "pdf417scan/imaging/Image.h"
 #include "pdf417scan/imaging/ImageRotate90.h"
 #include "pdf417scan/reader/PDF417Reader.h"
@@ -82,6 +85,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     in.take(pixelCount);
 
     auto reader = std::make_unique<pdf417::PDF417Reader>();
+    pdf417::FrameReader frameReader;
     std::vector<std::uint8_t> pixels;
     std::vector<unsigned char> out;
     for (unsigned frame = 0; frame < frames; ++frame) {
@@ -101,6 +105,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             result = reader->decode(image, out);
         }
         const std::uint32_t after = reader->failureCount();
+
+        // The reading API on the same frame, with its own pooled votes; a
+        // header bit starts it afresh now and then.
+        if (header & 0x40u) {
+            frameReader.reset();
+        }
+        const pdf417::ReadResult read = frameReader.read(pdf417::ImageView(
+            pixels.data(), pixels.size(), static_cast<int>(width), static_cast<int>(height)));
+        check(pixelCount == 0 ? read.status != pdf417::ReadStatus::Read
+                              : read.status == pdf417::ReadStatus::Read ||
+                                    read.status == pdf417::ReadStatus::NothingFound,
+              "the frame reader refused a valid frame or read an empty one");
+        check(read.ok() || (read.bytes.empty() && read.chain == pdf417::ReadChain::None),
+              "a failed frame read carries a message");
 
         check(result >= 0 && result <= 4, "result code out of range");
         check(result == 0 || out.empty(), "a failed reading left bytes");

@@ -44,7 +44,7 @@ bool Image::sampleColumn(unsigned x, std::vector<unsigned char>& out) const {
     // buffer after the last row.
     const unsigned char* const pixels = data_;
     unsigned char* const column = out.data();
-    const std::size_t stride = width_;
+    const std::size_t stride = stride_;
     const unsigned rows = height_;
     std::size_t index = x;
     unsigned y = 0;

@@ -2,14 +2,21 @@
 
 #include "pdf417scan/imaging/IImage.h"
 
+#include <cstddef>
+
 namespace pdf417 {
 
-// A view over a caller's row-major buffer of width × height bytes with no row
-// padding. The buffer is neither copied nor owned and must outlive the view.
+// A view over a caller's row-major buffer of width × height bytes, rows
+// packed or `stride` bytes apart (a camera plane pads its rows). The buffer is
+// neither copied nor owned and must outlive the view.
 class Image : public IImage {
 public:
     Image(unsigned char* data, unsigned width, unsigned height)
-        : data_(data), width_(width), height_(height) {}
+        : data_(data), width_(width), height_(height), stride_(width) {}
+    // `stride` is the distance in bytes from one row to the next, at least
+    // `width`; the last row needs only `width` bytes.
+    Image(unsigned char* data, unsigned width, unsigned height, std::size_t stride)
+        : data_(data), width_(width), height_(height), stride_(stride) {}
 
     unsigned width() const override { return width_; }
     unsigned height() const override { return height_; }
@@ -34,12 +41,13 @@ private:
                static_cast<unsigned>(y) < height_;
     }
     unsigned char& at(unsigned x, unsigned y) const {
-        return data_[static_cast<std::size_t>(y) * width_ + x];
+        return data_[static_cast<std::size_t>(y) * stride_ + x];
     }
 
     unsigned char* data_;
     unsigned width_;
     unsigned height_;
+    std::size_t stride_;
 };
 
 } // namespace pdf417

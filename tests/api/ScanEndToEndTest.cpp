@@ -3,7 +3,7 @@
 // every kind, sizes, levels, module widths, quarter turns, mild tilt, blur
 // and noise. A wrong read fails the test wherever it happens.
 #include "pdf417scan/api/Barcode2DScanner.h"
-#include "pdf417scan/api/Scan.h"
+#include "pdf417scan/api/Read.h"
 #include "pdf417scan/imaging/Image.h"
 #include "pdf417scan/reader/PDF417Reader.h"
 #include "tests/support/MessageSymbol.h"
@@ -217,8 +217,9 @@ TEST(ScanEndToEnd, QuarterTurnsReadThroughTheRotatedRetry) {
         auto frame = renderCase(symbol, {14, 5, 3.0, 90.0 * turn});
         SCOPED_TRACE(std::to_string(turn * 90) + " deg");
         EXPECT_EQ(scanFrame(frame), message);
-        EXPECT_EQ(scan(frame.pixels.data(), frame.pixels.size(), frame.width, frame.height).bytes,
-                  message);
+        const ReadResult r =
+            read(ImageView(frame.pixels.data(), frame.pixels.size(), frame.width, frame.height));
+        EXPECT_EQ(std::string(r.bytes.begin(), r.bytes.end()), message);
         std::vector<unsigned char> out;
         EXPECT_EQ(std::make_unique<PDF417Reader>()->decode(frame.image(), out),
                   turn % 2 == 0 ? PDF417Reader::Success : PDF417Reader::NoSymbol);

@@ -1,8 +1,6 @@
 // pdf417scan: reads PDF417 symbols from image files or raw gray frames.
-#include "pdf417scan/api/Scan.h"
-#include "pdf417scan/imaging/Image.h"
-#include "pdf417scan/imaging/ImageRotate90.h"
-#include "pdf417scan/reader/PDF417Reader.h"
+#include "pdf417scan/api/FrameReader.h"
+#include "pdf417scan/api/Read.h"
 #include "tools/scanner/FrameLoader.h"
 
 #include <unistd.h>
@@ -13,6 +11,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -37,8 +36,11 @@ const char* const kUsage =
     "Options:\n"
     "  --raw WxH     inputs are raw 8-bit gray frames of W x H pixels, several\n"
     "                back to back allowed; FILE '-' reads standard input\n"
-    "  --json        one JSON object per line and input: file, ok, text,\n"
-    "                bytes (hex), ms, and error for failures\n"
+    "  --json        one JSON object per line and input: file, ok, text (UTF-8),\n"
+    "                bytes (hex), ms, and for a read symbol what else it says:\n"
+    "                text_complete, ecis, macro, reader_init, corners, rows,\n"
+    "                columns, ec_level, errors, erasures, chain; error for failures\n"
+    "  --fast        only the fast first attempt: quickest, reads less\n"
     "  --frames      read the inputs as consecutive frames of one video with one\n"
     "                reader, pooling evidence across frames; prints the first\n"
     "                message read and the frame it came at\n"
@@ -52,6 +54,7 @@ const char* const kUsage =
 
 struct Options {
     bool json = false;
+    bool fast = false;
     bool frames = false;
     bool raw = false;
     int rawWidth = 0;
@@ -91,6 +94,8 @@ bool parseArguments(int argc, char** argv, Options& options, int& exitCode) {
             return false;
         } else if (arg == "--json") {
             options.json = true;
+        } else if (arg == "--fast") {
+            options.fast = true;
         } else if (arg == "--frames") {
             options.frames = true;
         } else if (arg == "--raw" || arg == "--time") {
@@ -149,11 +154,47 @@ bool parseArguments(int argc, char** argv, Options& options, int& exitCode) {
     return true;
 }
 
-std::string jsonString(const std::string& bytes) {
+// Bytes in the valid UTF-8 sequence at text[i], 0 when there is none.
+std::size_t utf8Sequence(const std::string& text, std::size_t i) {
+    const auto byte = [&text](std::size_t k) { return static_cast<unsigned char>(text[k]); };
+    const unsigned char lead = byte(i);
+    const std::size_t length = lead < 0x80                    ? 1
+                               : lead >= 0xC2 && lead <= 0xDF ? 2
+                               : lead >= 0xE0 && lead <= 0xEF ? 3
+                               : lead >= 0xF0 && lead <= 0xF4 ? 4
+                                                              : 0;
+    if (length == 0 || i + length > text.size()) {
+        return 0;
+    }
+    for (std::size_t k = 1; k < length; ++k) {
+        if ((byte(i + k) & 0xC0) != 0x80) {
+            return 0;
+        }
+    }
+    // No overlong forms, surrogates or code points past U+10FFFF.
+    const unsigned char second = length > 1 ? byte(i + 1) : 0x80;
+    if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) ||
+        (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F)) {
+        return 0;
+    }
+    return length;
+}
+
+// A JSON string of `text`: valid UTF-8 passes through, control characters
+// are escaped, and a byte outside any UTF-8 sequence (a file name's, say)
+// becomes the code point of the same number, so the output is always valid.
+std::string jsonString(const std::string& text) {
     std::string out = "\"";
     char escaped[8];
-    for (const char c : bytes) {
-        const auto byte = static_cast<unsigned char>(c);
+    for (std::size_t i = 0; i < text.size();) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        const std::size_t length = utf8Sequence(text, i);
+        if (length > 1) {
+            out.append(text, i, length);
+            i += length;
+            continue;
+        }
+        ++i;
         switch (byte) {
         case '"':
             out += "\\\"";
@@ -171,9 +212,6 @@ std::string jsonString(const std::string& bytes) {
             out += "\\t";
             break;
         default:
-            // Control characters and bytes above 127 are escaped as the code
-            // points of the same number (Latin-1), so the output is always
-            // valid UTF-8; `bytes` carries the exact bytes.
             if (byte < 0x20 || byte >= 0x7F) {
                 std::snprintf(escaped, sizeof escaped, "\\u%04x", byte);
                 out += escaped;
@@ -185,21 +223,20 @@ std::string jsonString(const std::string& bytes) {
     return out + "\"";
 }
 
-std::string hex(const std::string& bytes) {
+std::string hex(const std::vector<std::uint8_t>& bytes) {
     static const char digits[] = "0123456789abcdef";
     std::string out;
     out.reserve(bytes.size() * 2);
-    for (const char c : bytes) {
-        const auto byte = static_cast<unsigned char>(c);
+    for (const std::uint8_t byte : bytes) {
         out += digits[byte >> 4];
         out += digits[byte & 15];
     }
     return out;
 }
 
-std::string milliseconds(double ms) {
+std::string fixed3(double value) {
     char text[32];
-    std::snprintf(text, sizeof text, "%.3f", ms);
+    std::snprintf(text, sizeof text, "%.3f", value);
     return text;
 }
 
@@ -222,9 +259,60 @@ double elapsedMs(std::chrono::steady_clock::time_point start) {
         .count();
 }
 
+// The JSON fields a read symbol adds beyond file, ok, text, bytes and ms.
+std::string symbolJson(const pdf417::ReadResult& r) {
+    std::ostringstream out;
+    out << ",\"text_complete\":" << (r.textComplete ? "true" : "false") << ",\"ecis\":[";
+    for (std::size_t i = 0; i < r.ecis.size(); ++i) {
+        out << (i ? "," : "") << "{\"eci\":" << r.ecis[i].eci << ",\"begin\":" << r.ecis[i].begin
+            << ",\"end\":" << r.ecis[i].end << "}";
+    }
+    out << "],\"macro\":";
+    if (r.macro) {
+        const pdf417::MacroPdf417& m = *r.macro;
+        out << "{\"segment_index\":" << m.segmentIndex << ",\"file_id\":" << jsonString(m.fileId)
+            << ",\"last_segment\":" << (m.lastSegment ? "true" : "false");
+        const auto text = [&out](const char* name, const std::optional<std::string>& v) {
+            if (v) {
+                out << ",\"" << name << "\":" << jsonString(*v);
+            }
+        };
+        const auto number = [&out](const char* name, const std::optional<std::int64_t>& v) {
+            if (v) {
+                out << ",\"" << name << "\":" << *v;
+            }
+        };
+        text("file_name", m.fileName);
+        number("segment_count", m.segmentCount);
+        number("time_stamp", m.timeStamp);
+        text("sender", m.sender);
+        text("addressee", m.addressee);
+        number("file_size", m.fileSize);
+        number("checksum", m.checksum);
+        out << "}";
+    } else {
+        out << "null";
+    }
+    out << ",\"reader_init\":" << (r.readerInitialisation ? "true" : "false") << ",\"corners\":[";
+    for (std::size_t i = 0; i < r.corners.size(); ++i) {
+        out << (i ? "," : "") << "[" << fixed3(r.corners[i].x()) << "," << fixed3(r.corners[i].y())
+            << "]";
+    }
+    out << "],\"rows\":" << r.rows << ",\"columns\":" << r.dataColumns
+        << ",\"ec_level\":" << r.ecLevel << ",\"errors\":" << r.errorsCorrected
+        << ",\"erasures\":" << r.erasuresCorrected << ",\"chain\":\""
+        << (r.chain == pdf417::ReadChain::Fast ? "fast" : "none") << "\"";
+    return out.str();
+}
+
+pdf417::ImageView viewOf(const Frame& frame) {
+    return pdf417::ImageView(frame.pixels.data(), frame.pixels.size(), frame.width, frame.height);
+}
+
 class Scanner {
 public:
-    Scanner(const Options& options, bool prefix) : options_(options), prefix_(prefix) {}
+    Scanner(const Options& options, bool prefix)
+        : options_(options), prefix_(prefix), readOptions_(readOptionsOf(options)) {}
 
     // Names prefix the messages once more than one input is reported.
     void setPrefix(bool prefix) { prefix_ = prefix; }
@@ -232,11 +320,10 @@ public:
     // Reads one frame independently of all others.
     void scan(const Frame& frame) {
         std::vector<double> times;
-        pdf417::ScanResult result;
+        pdf417::ReadResult result;
         for (int run = 0; run < options_.repeat; ++run) {
             const auto start = std::chrono::steady_clock::now();
-            result =
-                pdf417::scan(frame.pixels.data(), frame.pixels.size(), frame.width, frame.height);
+            result = pdf417::read(viewOf(frame), readOptions_);
             times.push_back(elapsedMs(start));
         }
         const Timing timing = summarize(times);
@@ -244,34 +331,23 @@ public:
             sawUnread_ = true;
             fail(frame.name + ": " + pdf417::describe(result.status));
         }
-        report(frame.name, result.ok(), result.bytes,
-               result.ok() ? "" : pdf417::describe(result.status), timing, -1);
+        report(frame.name, result, timing, -1);
     }
 
     // Feeds one frame of a video to the shared reader; true once read.
     bool feed(const Frame& frame) {
         ++frameNumber_;
         if (!reader_) {
-            reader_ = std::make_unique<pdf417::PDF417Reader>();
+            reader_ = std::make_unique<pdf417::FrameReader>(readOptions_);
         }
-        // The reader never writes pixels.
-        pdf417::Image image(const_cast<unsigned char*>(frame.pixels.data()),
-                            static_cast<unsigned>(frame.width),
-                            static_cast<unsigned>(frame.height));
-        std::vector<unsigned char> bytes;
         const auto start = std::chrono::steady_clock::now();
-        reader_->decode(image, bytes);
-        if (bytes.empty()) {
-            pdf417::ImageRotate90 rotated(image);
-            reader_->decode(rotated, bytes);
-        }
+        const pdf417::ReadResult result = reader_->read(viewOf(frame));
         const double ms = elapsedMs(start);
         fedMs_ += ms;
-        if (bytes.empty()) {
+        if (!result.ok()) {
             return false;
         }
-        report(frame.name, true, std::string(bytes.begin(), bytes.end()), "", {ms, ms},
-               frameNumber_);
+        report(frame.name, result, {ms, ms}, frameNumber_);
         return true;
     }
 
@@ -292,47 +368,55 @@ public:
         if (options_.json) {
             // ms is the decode time of all frames together.
             std::cout << "{\"frames\":" << frameNumber_
-                      << ",\"ok\":false,\"text\":\"\",\"bytes\":\"\",\"ms\":"
-                      << milliseconds(fedMs_) << ",\"error\":\"no symbol found\"}\n";
+                      << ",\"ok\":false,\"text\":\"\",\"bytes\":\"\",\"ms\":" << fixed3(fedMs_)
+                      << ",\"error\":\"no symbol found\"}\n";
         }
     }
 
     int exitCode() const { return badInput_ ? kBadInput : sawUnread_ ? kSomeUnread : kAllRead; }
 
 private:
-    void report(const std::string& name, bool ok, const std::string& bytes,
-                const std::string& error, const Timing& timing, int frame) {
+    static pdf417::ReadOptions readOptionsOf(const Options& options) {
+        pdf417::ReadOptions read;
+        read.effort = options.fast ? pdf417::Effort::Fast : pdf417::Effort::Normal;
+        return read;
+    }
+
+    void report(const std::string& name, const pdf417::ReadResult& result, const Timing& timing,
+                int frame) {
         if (options_.json) {
             std::cout << "{\"file\":" << jsonString(name);
             if (frame > 0) {
                 std::cout << ",\"frame\":" << frame;
             }
-            // Every object has the same fields; failures add the error.
-            std::cout << ",\"ok\":" << (ok ? "true" : "false") << ",\"text\":" << jsonString(bytes)
-                      << ",\"bytes\":\"" << hex(bytes) << "\"";
-            std::cout << ",\"ms\":" << milliseconds(timing.median);
+            // Every object has the same leading fields; a read adds what the
+            // symbol says, a failure the error.
+            std::cout << ",\"ok\":" << (result.ok() ? "true" : "false")
+                      << ",\"text\":" << jsonString(result.text) << ",\"bytes\":\""
+                      << hex(result.bytes) << "\"";
+            std::cout << ",\"ms\":" << fixed3(timing.median);
             if (options_.timing) {
                 std::cout << ",\"runs\":" << options_.repeat
-                          << ",\"ms_min\":" << milliseconds(timing.minimum);
+                          << ",\"ms_min\":" << fixed3(timing.minimum);
             }
-            if (!ok) {
-                std::cout << ",\"error\":" << jsonString(error);
+            if (result.ok()) {
+                std::cout << symbolJson(result);
+            } else {
+                std::cout << ",\"error\":" << jsonString(pdf417::describe(result.status));
             }
             std::cout << "}\n";
         } else {
-            if (ok) {
+            if (result.ok()) {
                 if (frame > 0) {
                     std::cout << "frame " << frame << " (" << name << "): ";
                 } else if (prefix_) {
                     std::cout << name << ": ";
                 }
-                std::cout.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-                std::cout << "\n";
+                std::cout << result.text << "\n";
             }
             if (options_.timing) {
-                std::cout << name << ": median " << milliseconds(timing.median) << " ms, min "
-                          << milliseconds(timing.minimum) << " ms over " << options_.repeat
-                          << " runs\n";
+                std::cout << name << ": median " << fixed3(timing.median) << " ms, min "
+                          << fixed3(timing.minimum) << " ms over " << options_.repeat << " runs\n";
             }
         }
         std::cout.flush();
@@ -340,7 +424,8 @@ private:
 
     const Options& options_;
     bool prefix_;
-    std::unique_ptr<pdf417::PDF417Reader> reader_;
+    pdf417::ReadOptions readOptions_;
+    std::unique_ptr<pdf417::FrameReader> reader_;
     int frameNumber_ = 0;
     double fedMs_ = 0.0;
     bool badInput_ = false;

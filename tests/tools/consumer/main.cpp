@@ -1,6 +1,6 @@
-// A program built against the installed package: the checked entry, the
+// A program built against the installed package: the reading API, the
 // reader and a Reed-Solomon round trip, all through installed headers.
-#include "pdf417scan/api/Scan.h"
+#include "pdf417scan/api/Read.h"
 #include "pdf417scan/ecc/G929Value.h"
 #include "pdf417scan/ecc/RS929Decoder.h"
 #include "pdf417scan/ecc/RS929Encoder.h"
@@ -13,8 +13,9 @@
 
 int main() {
     std::vector<unsigned char> paper(160 * 120, 200);
-    const pdf417::ScanResult blank = pdf417::scan(paper.data(), paper.size(), 160, 120);
-    const pdf417::ScanResult null = pdf417::scan(nullptr, 0, 160, 120);
+    const pdf417::ReadResult blank =
+        pdf417::read(pdf417::ImageView(paper.data(), paper.size(), 160, 120));
+    const pdf417::ReadResult null = pdf417::read(pdf417::ImageView(nullptr, 0, 160, 120));
 
     auto reader = std::make_unique<pdf417::PDF417Reader>();
     pdf417::Image image(paper.data(), 160, 120);
@@ -39,8 +40,8 @@ int main() {
         same = word[i].value() == sent[i].value();
     }
 
-    if (blank.status != pdf417::ScanStatus::NothingRead ||
-        null.status != pdf417::ScanStatus::NullBuffer || result != pdf417::PDF417Reader::NoSymbol ||
+    if (blank.status != pdf417::ReadStatus::NothingFound ||
+        null.status != pdf417::ReadStatus::NullBuffer || result != pdf417::PDF417Reader::NoSymbol ||
         !corrected || !same) {
         std::printf("unexpected results\n");
         return 1;

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdint>
+
+namespace pdf417 {
+
+// How hard a read tries. Every effort first runs the fast chain (the
+// row-scanning locator and the vote table), which reads clear, upright or
+// quarter-turned symbols in well under a millisecond. For now Normal and
+// Thorough run the fast chain alone as well.
+enum class Effort : std::uint8_t {
+    Fast,
+    Normal, // the default
+    Thorough,
+};
+
+struct ReadOptions {
+    Effort effort = Effort::Normal;
+    // Also read the frame turned a quarter, for symbols whose rows run
+    // vertically.
+    bool tryQuarterTurn = true;
+};
+
+} // namespace pdf417
