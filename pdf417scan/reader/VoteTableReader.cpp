@@ -54,16 +54,33 @@ void VoteTableReader::reset() {
 
 std::array<Point2D, 4> VoteTableReader::outline(const std::array<Point2D, 6>& corners,
                                                 int dataColumns) {
-    // Modules from the start pattern's outer edge: to the stop pattern 17 for
-    // the start, 17 per column with both indicators; its wide-bar centre 3.5
-    // further; its end 18.
-    const float toStop = 17.0f * static_cast<float>(dataColumns + 3);
-    const float scale = (toStop + 18.0f) / (toStop + 3.5f);
-    auto extend = [scale](const Point2D& from, const Point2D& through) {
-        return Point2D(from.x() + (through.x() - from.x()) * scale,
-                       from.y() + (through.y() - from.y()) * scale, 1.0f);
+    // The locator sets the start side's ends a few pixels beyond the start
+    // bar's ends; taken back, they lie on the symbol's top and bottom edges
+    // as the stop side's do.
+    const auto pullIn = [](Point2D& top, Point2D& bottom) {
+        const float length = Point2D::distance(top, bottom);
+        if (length > 4.0f * START_BAR_MARGIN) {
+            const float k = START_BAR_MARGIN / length;
+            const float dx = (bottom.x() - top.x()) * k;
+            const float dy = (bottom.y() - top.y()) * k;
+            top.add(dx, dy);
+            bottom.add(-dx, -dy);
+        }
     };
-    return {corners[0], extend(corners[0], corners[2]), extend(corners[3], corners[5]), corners[3]};
+    Point2D innerTop = corners[1];
+    Point2D innerBottom = corners[4];
+    pullIn(innerTop, innerBottom);
+    // Both ends of each edge from the start pattern's inner edge (17 modules
+    // in) and the stop pattern's wide-bar centre.
+    const float inner = 17.0f;
+    const float stopBar = 17.0f * static_cast<float>(dataColumns + 3) + 3.5f;
+    const float width = 17.0f * static_cast<float>(dataColumns) + 69.0f;
+    auto at = [&](const Point2D& a, const Point2D& b, float u) {
+        const float k = (u - inner) / (stopBar - inner);
+        return Point2D(a.x() + (b.x() - a.x()) * k, a.y() + (b.y() - a.y()) * k, 1.0f);
+    };
+    return {at(innerTop, corners[2], 0.0f), at(innerTop, corners[2], width),
+            at(innerBottom, corners[5], width), at(innerBottom, corners[5], 0.0f)};
 }
 
 } // namespace pdf417

@@ -33,9 +33,10 @@ public:
 
 private:
     static constexpr std::uint32_t MAX_FAILED_ATTEMPTS = 20;
+    // Pixels the locator leaves beyond each end of the start bar.
+    static constexpr float START_BAR_MARGIN = 5.0f;
 
-    // The outline from the locator's six corners: the right edge lies past
-    // the stop pattern's wide-bar centre by the rest of the pattern.
+    // The outline from the locator's six corners.
     static std::array<Point2D, 4> outline(const std::array<Point2D, 6>& corners, int dataColumns);
 
     std::vector<std::pair<Point2D, Point2D>> columnLines_;
