@@ -24,6 +24,11 @@ public:
     unsigned char setPixel(int x, int y, unsigned char value) override;
     bool isEmpty() const override { return width_ == 0 || height_ == 0; }
 
+    // Direct access for stages that read many pixels at once: row y starts at
+    // data() + y * stride(), and the caller keeps inside width x height.
+    const unsigned char* data() const { return data_; }
+    std::size_t stride() const { return stride_; }
+
     bool sampleRow(unsigned y, std::vector<unsigned char>& out) const override;
     bool sampleColumn(unsigned x, std::vector<unsigned char>& out) const override;
     bool sampleLine(unsigned x0, unsigned y0, unsigned x1, unsigned y1,

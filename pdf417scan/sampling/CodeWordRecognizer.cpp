@@ -1,16 +1,14 @@
 #include "pdf417scan/sampling/CodeWordRecognizer.h"
 
 #include "pdf417scan/imaging/RowUtils.h"
+#include "pdf417scan/sampling/PatternTable.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <iterator>
 
 namespace pdf417 {
 namespace {
-
-#include "pdf417scan/sampling/CodeWordPatterns.inc"
 
 // Niblack weights in the order tried: the plain mean first, then thresholds
 // further and further below and above it.
@@ -90,40 +88,22 @@ CodeWord CodeWordRecognizer::decode(const std::vector<short>& runs, unsigned lon
         key = key << 4 | (static_cast<std::uint32_t>(distance) & 0xFu);
     }
 
-    const std::uint32_t* keys = nullptr;
-    const std::uint16_t* codes = nullptr;
     CodeWord::ECluster index = CodeWord::Cluster0;
     switch (cluster) {
     case 0:
-        keys = cluster_1_keys;
-        codes = cluster_1_codes;
         index = CodeWord::Cluster0;
         break;
     case 3:
-        keys = cluster_2_keys;
-        codes = cluster_2_codes;
         index = CodeWord::Cluster3;
         break;
     case 6:
-        keys = cluster_3_keys;
-        codes = cluster_3_codes;
         index = CodeWord::Cluster6;
         break;
     default:
         return CodeWord();
     }
-    // Lower bound without branches, the comparisons of a key search being
-    // unpredictable. It ends with the key at `first` if the table holds it.
-    std::size_t first = 0;
-    for (std::size_t length = std::size(cluster_1_keys); length > 1;) {
-        const std::size_t half = length / 2;
-        first = keys[first + half - 1] < key ? first + half : first;
-        length -= half;
-    }
-    if (keys[first] != key) {
-        return CodeWord();
-    }
-    return CodeWord(codes[first], index);
+    const int code = PatternTable::find(static_cast<int>(index), key);
+    return code < 0 ? CodeWord() : CodeWord(static_cast<unsigned short>(code), index);
 }
 
 } // namespace pdf417
