@@ -1,0 +1,256 @@
+#include "pdf417scan/locate/OutlineFinder.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace pdf417 {
+
+namespace {
+
+// Wide-bar centres, in modules from the pattern's outer edge, and their half
+// widths less a margin, for reading the bar's gray level.
+constexpr float START_BAR_CENTRE = 4.0f;
+constexpr float STOP_BAR_CENTRE = 14.5f;
+constexpr float START_BAR_HALF = 2.0f;
+constexpr float STOP_BAR_HALF = 1.8f;
+// The narrowest symbol: start, two indicators, one data column, stop.
+constexpr float MIN_WIDTH = 86.0f;
+
+// Modules from the start pattern's outer edge to the stop's wide-bar centre.
+float stopBarU(int columns) {
+    return 17.0f * static_cast<float>(columns + 3) + 3.5f;
+}
+
+bool inside(const Image& image, const Point2D& p) {
+    return p.x() >= 0.0f && p.y() >= 0.0f && p.x() < static_cast<float>(image.width()) &&
+           p.y() < static_cast<float>(image.height());
+}
+
+// Mean gray across a bar at distance t along its edge line.
+float barGray(const LineSampler& sampler, const EdgeLine& line, float offset, float halfWidth,
+              float t) {
+    const Point2D c = line.at(t);
+    float sum = 0.0f;
+    for (const float k : {-1.0f, 0.0f, 1.0f}) {
+        const float d = (offset + k * halfWidth) * line.module;
+        sum += sampler.at(c.x() + d * line.nx, c.y() + d * line.ny);
+    }
+    return sum / 3.0f;
+}
+
+} // namespace
+
+Point2D OutlineFinder::walkBar(const LineSampler& sampler, const EdgeLine& line, float offset,
+                               float halfWidth, float fromT, float direction, bool& cut) {
+    // Dark and light as the hits saw them, the threshold half way.
+    const float dark = barGray(sampler, line, offset, halfWidth, 0.5f * (line.from + line.to));
+    const float threshold = dark + 0.5f * line.contrast;
+    const float step = std::max(1.0f, 0.5f * line.module);
+    const auto centre = [&](float t) {
+        const Point2D p = line.at(t);
+        const float d = offset * line.module;
+        return Point2D(p.x() + d * line.nx, p.y() + d * line.ny, 1.0f);
+    };
+    cut = false;
+    float lastDark = fromT;
+    int light = 0;
+    // A bar longer than the frame's diagonal is not a bar.
+    const float limit = std::hypot(static_cast<float>(sampler.image().width()),
+                                   static_cast<float>(sampler.image().height()));
+    for (float t = fromT; std::fabs(t - fromT) <= limit; t += direction * step) {
+        if (!inside(sampler.image(), centre(t))) {
+            cut = true;
+            break;
+        }
+        if (barGray(sampler, line, offset, halfWidth, t) < threshold) {
+            lastDark = t;
+            light = 0;
+        } else if (++light == 2) {
+            break;
+        }
+    }
+    // Between the last dark step and the next, halve the gap a few times.
+    float a = lastDark;
+    float b = lastDark + direction * step;
+    for (int i = 0; i < 4 && !cut; ++i) {
+        const float m = 0.5f * (a + b);
+        if (inside(sampler.image(), centre(m)) &&
+            barGray(sampler, line, offset, halfWidth, m) < threshold) {
+            a = m;
+        } else {
+            b = m;
+        }
+    }
+    return centre(cut ? lastDark : 0.5f * (a + b));
+}
+
+bool OutlineFinder::measureBar(const LineSampler& sampler, const EdgeLine& line, float offset,
+                               float halfWidth, Point2D& top, Point2D& bottom, bool& topCut,
+                               bool& bottomCut, float sign) {
+    // `sign` turns the line's own direction into the outline's downwards.
+    const Point2D a =
+        walkBar(sampler, line, offset, halfWidth, sign > 0 ? line.from : line.to, -sign, topCut);
+    const Point2D b =
+        walkBar(sampler, line, offset, halfWidth, sign > 0 ? line.to : line.from, sign, bottomCut);
+    top = a;
+    bottom = b;
+    return std::hypot(b.x() - a.x(), b.y() - a.y()) >= 2.0f * line.module;
+}
+
+void OutlineFinder::find(const LineSampler& sampler, const std::vector<EdgeLine>& lines,
+                         int maxOutlines, std::vector<SymbolOutline>& outlines) {
+    outlines.clear();
+    paired_.assign(lines.size(), 0);
+    // Every compatible start-stop pair, scored by support; the best taken
+    // first, each edge in one pair at most.
+    struct Pair {
+        std::size_t start;
+        std::size_t stop;
+        int score;
+        int columns;
+    };
+    std::vector<Pair> pairs;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        const EdgeLine& s = lines[i];
+        if (s.kind != PatternHit::Start) {
+            continue;
+        }
+        for (std::size_t j = 0; j < lines.size(); ++j) {
+            const EdgeLine& p = lines[j];
+            if (p.kind != PatternHit::Stop) {
+                continue;
+            }
+            const float cosine = s.tx * p.tx + s.ty * p.ty;
+            const float ratio = std::max(s.module, p.module) / std::min(s.module, p.module);
+            // Perspective may make one side up to about twice the other.
+            if (std::fabs(cosine) < 0.8f || !(ratio < 3.0f)) {
+                continue;
+            }
+            const Point2D pMid = p.at(0.5f * (p.from + p.to));
+            const Point2D sMid = s.at(0.5f * (s.from + s.to));
+            // Under perspective the module shrinks steadily from one side to
+            // the other: the modules across are the width over the
+            // logarithmic mean of the two.
+            const float module =
+                ratio > 1.01f ? (std::max(s.module, p.module) - std::min(s.module, p.module)) /
+                                    std::log(ratio)
+                              : 0.5f * (s.module + p.module);
+            const float width = s.depth(pMid) / module;
+            if (width < 0.8f * MIN_WIDTH || p.depth(sMid) <= 0.0f) {
+                continue;
+            }
+            const int columns = static_cast<int>(std::lround((width - 69.0f) / 17.0f));
+            if (columns < 1 || columns > 30) {
+                continue;
+            }
+            // Their extents must overlap along the edge.
+            const float a = s.along(p.at(p.from));
+            const float b = s.along(p.at(p.to));
+            const float overlap = std::min(s.to, std::max(a, b)) - std::max(s.from, std::min(a, b));
+            const float shorter = std::min(s.to - s.from, std::fabs(b - a));
+            if (overlap < -0.5f * shorter - 2.0f * module) {
+                continue;
+            }
+            pairs.push_back({i, j, s.support + p.support, columns});
+        }
+    }
+    std::stable_sort(pairs.begin(), pairs.end(),
+                     [](const Pair& x, const Pair& y) { return x.score > y.score; });
+
+    const auto add = [&](const EdgeLine* start, const EdgeLine* stop, int columns) {
+        SymbolOutline o;
+        o.columns = columns;
+        // Downwards is the start edge's direction (the stop's, alone).
+        const EdgeLine& lead = start ? *start : *stop;
+        if (start) {
+            o.hasStart = true;
+            o.start = *start;
+            if (!measureBar(sampler, *start, START_BAR_CENTRE, START_BAR_HALF, o.startTop,
+                            o.startBottom, o.startTopCut, o.startBottomCut, 1.0f)) {
+                return;
+            }
+        }
+        if (stop) {
+            o.hasStop = true;
+            o.stop = *stop;
+            const float sign = stop->tx * lead.tx + stop->ty * lead.ty >= 0.0f ? 1.0f : -1.0f;
+            if (!measureBar(sampler, *stop, STOP_BAR_CENTRE, STOP_BAR_HALF, o.stopTop, o.stopBottom,
+                            o.stopTopCut, o.stopBottomCut, sign)) {
+                return;
+            }
+        }
+        outlines.push_back(o);
+    };
+    for (const Pair& pair : pairs) {
+        if (static_cast<int>(outlines.size()) >= maxOutlines) {
+            return;
+        }
+        if (paired_[pair.start] || paired_[pair.stop]) {
+            continue;
+        }
+        paired_[pair.start] = paired_[pair.stop] = 1;
+        add(&lines[pair.start], &lines[pair.stop], pair.columns);
+    }
+    // Lone edges, strongest first (lines come sorted by support).
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        if (static_cast<int>(outlines.size()) >= maxOutlines) {
+            return;
+        }
+        if (paired_[i] || lines[i].support < 3) {
+            continue;
+        }
+        const bool start = lines[i].kind == PatternHit::Start;
+        add(start ? &lines[i] : nullptr, start ? nullptr : &lines[i], 0);
+    }
+}
+
+bool OutlineFinder::provisionalMap(const SymbolOutline& outline, int columns, Homography& out) {
+    Point2D from[12];
+    Point2D to[12];
+    if (outline.hasStart && outline.hasStop) {
+        // The bars' ends, and where the lines joining them cross both edges
+        // of both patterns: the edges measure u directly on either side,
+        // which perspective across a wide symbol needs.
+        const float width = 17.0f * static_cast<float>(columns) + 69.0f;
+        const float stopU = stopBarU(columns);
+        std::size_t n = 0;
+        const auto add = [&](float u, float t, const Point2D& at) {
+            if (std::isfinite(at.x()) && std::isfinite(at.y())) {
+                from[n] = Point2D(u, t, 1.0f);
+                to[n] = at;
+                ++n;
+            }
+        };
+        for (const float t : {0.0f, 1.0f}) {
+            const Point2D& a = t == 0.0f ? outline.startTop : outline.startBottom;
+            const Point2D& b = t == 0.0f ? outline.stopTop : outline.stopBottom;
+            add(START_BAR_CENTRE, t, a);
+            add(stopU, t, b);
+            add(0.0f, t, outline.start.cross(a, b, false));
+            add(17.0f, t, outline.start.cross(a, b, true));
+            add(width - 18.0f, t, outline.stop.cross(a, b, true));
+            add(width, t, outline.stop.cross(a, b, false));
+        }
+        return Homography::fit(from, to, n, out);
+    }
+    // One pattern: a parallelogram, rows square to its edge, u growing inwards
+    // from the start (or, from the stop, outwards towards it).
+    const EdgeLine& line = outline.hasStart ? outline.start : outline.stop;
+    const Point2D top = outline.hasStart ? outline.startTop : outline.stopTop;
+    const Point2D bottom = outline.hasStart ? outline.startBottom : outline.stopBottom;
+    const float barU = outline.hasStart ? START_BAR_CENTRE : stopBarU(columns);
+    // Inwards is +u from the start, -u from the stop.
+    const float sign = outline.hasStart ? 1.0f : -1.0f;
+    const float d = 10.0f * line.module;
+    from[0] = Point2D(barU, 0.0f, 1.0f);
+    from[1] = Point2D(barU, 1.0f, 1.0f);
+    from[2] = Point2D(barU + sign * 10.0f, 0.0f, 1.0f);
+    from[3] = Point2D(barU + sign * 10.0f, 1.0f, 1.0f);
+    to[0] = top;
+    to[1] = bottom;
+    to[2] = Point2D(top.x() + d * line.nx, top.y() + d * line.ny, 1.0f);
+    to[3] = Point2D(bottom.x() + d * line.nx, bottom.y() + d * line.ny, 1.0f);
+    return Homography::fit(from, to, 4, out);
+}
+
+} // namespace pdf417

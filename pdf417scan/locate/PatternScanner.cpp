@@ -1,0 +1,316 @@
+#include "pdf417scan/locate/PatternScanner.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace pdf417 {
+
+namespace {
+
+// Element widths in modules, in reading order.
+constexpr float START[8] = {8, 1, 1, 1, 1, 1, 1, 3};
+constexpr float STOP[9] = {7, 1, 1, 3, 1, 1, 1, 2, 1};
+
+// Half the window of the local mean a line is binarised against, in samples:
+// a few modules of the finest symbols, while the hysteresis below keeps the
+// state inside the wide bars of coarse ones.
+constexpr int MEAN_RADIUS = 10;
+// How far past the local mean a sample must go to flip the state.
+constexpr int HYSTERESIS = 6;
+// A pattern fainter than this is paper texture.
+constexpr float MIN_CONTRAST = 18.0f;
+// Modules below this many samples cannot be told apart on a scan line.
+constexpr float MIN_MODULE = 0.55f;
+
+} // namespace
+
+void PatternScanner::scan(const Image& image, const Settings& settings) {
+    hits_.clear();
+    maxHits_ = settings.maxHits;
+    const int width = static_cast<int>(image.width());
+    const int height = static_cast<int>(image.height());
+    if (width < 17 && height < 17) {
+        return;
+    }
+    const int step = std::max(1, settings.step);
+    const unsigned char* const data = image.data();
+    const std::size_t stride = image.stride();
+
+    if (settings.directions & (1u << Rows)) {
+        for (int y = step / 2; y < height; y += step) {
+            line_ = data + static_cast<std::size_t>(y) * stride;
+            length_ = width;
+            scanLine(0.5f, static_cast<float>(y) + 0.5f, 1.0f, 0.0f, Rows);
+        }
+    }
+
+    // Columns and diagonals are gathered into lines by one sweep over the
+    // frame in memory order, rather than by reading a pixel per cache line.
+    const std::size_t span = static_cast<std::size_t>(height);
+    if (settings.directions & (1u << Columns)) {
+        const int lines = (width - step / 2 + step - 1) / step;
+        gathered_.resize(static_cast<std::size_t>(std::max(lines, 0)) * span);
+        for (int y = 0; y < height; ++y) {
+            const unsigned char* row = data + static_cast<std::size_t>(y) * stride + step / 2;
+            std::uint8_t* out = gathered_.data() + y;
+            for (int k = 0; k < lines; ++k, row += step, out += span) {
+                *out = *row;
+            }
+        }
+        for (int k = 0; k < lines; ++k) {
+            line_ = gathered_.data() + static_cast<std::size_t>(k) * span;
+            length_ = height;
+            scanLine(static_cast<float>(step / 2 + k * step) + 0.5f, 0.5f, 0.0f, 1.0f, Columns);
+        }
+    }
+    for (const int dx : {1, -1}) {
+        const Direction direction = dx > 0 ? Diagonal : AntiDiagonal;
+        if (!(settings.directions & (1u << direction))) {
+            continue;
+        }
+        // Diagonal lines x - y = c, anti-diagonal x + y = c; along a diagonal
+        // lines lie sqrt(2) times closer for the same c, so c steps wider.
+        const int offsetStep = std::max(1, static_cast<int>(std::lround(step * 1.41421356)));
+        const int first = dx > 0 ? -(height - 1) : 0;
+        const int last = dx > 0 ? width - 1 : width + height - 2;
+        starts_.clear();
+        for (int c = first + offsetStep / 2; c <= last; c += offsetStep) {
+            const int x0 = dx > 0 ? std::max(0, c) : std::min(width - 1, c);
+            const int y0 = dx > 0 ? std::max(0, -c) : c - x0;
+            const int length =
+                dx > 0 ? std::min(width - x0, height - y0) : std::min(x0 + 1, height - y0);
+            starts_.push_back({x0, y0, length});
+        }
+        gathered_.resize(starts_.size() * span);
+        // Line k crosses row y at x0 + dx (y - y0); the lines a row crosses
+        // are those whose rows cover it.
+        for (std::size_t k = 0; k < starts_.size(); ++k) {
+            const LineStart& l = starts_[k];
+            const unsigned char* pixel = data + static_cast<std::size_t>(l.y0) * stride + l.x0;
+            std::uint8_t* out = gathered_.data() + k * span;
+            const std::ptrdiff_t next = static_cast<std::ptrdiff_t>(stride) + dx;
+            for (int i = 0; i < l.length; ++i, pixel += next) {
+                out[i] = *pixel;
+            }
+        }
+        for (std::size_t k = 0; k < starts_.size(); ++k) {
+            const LineStart& l = starts_[k];
+            line_ = gathered_.data() + k * span;
+            length_ = l.length;
+            scanLine(static_cast<float>(l.x0) + 0.5f, static_cast<float>(l.y0) + 0.5f,
+                     static_cast<float>(dx), 1.0f, direction);
+        }
+    }
+}
+
+void PatternScanner::scanLine(float x0, float y0, float dx, float dy, Direction direction) {
+    const int n = length_;
+    constexpr int window = 2 * MEAN_RADIUS + 1;
+    if (n < window + 17 || static_cast<int>(hits_.size()) >= maxHits_) {
+        return;
+    }
+    const std::uint8_t* const g = line_;
+    // Two passes. The first marks each sample that lies beyond the local
+    // mean by more than the hysteresis (dark 1, light 2), compared in
+    // integers times the window's size; it has no branches, so compilers
+    // vectorise it. The second follows the state, jumping with memchr from
+    // one flip to the next: most of a frame is flat and costs little.
+    // Prefix sums in 16 bits that may wrap: the difference of two is still
+    // the exact window sum, which stays below 2^16.
+    prefix_.resize(static_cast<std::size_t>(n) + 8);
+    flags_.resize(static_cast<std::size_t>(n));
+    std::uint16_t* const prefix = prefix_.data();
+    std::uint8_t* const flags = flags_.data();
+    constexpr int band = HYSTERESIS * window;
+    int i = 0;
+    prefix[0] = 0;
+#if defined(__SSE2__)
+    {
+        const __m128i zero = _mm_setzero_si128();
+        __m128i carry = zero;
+        for (; i + 8 <= n; i += 8) {
+            __m128i v =
+                _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(g + i)), zero);
+            v = _mm_add_epi16(v, _mm_slli_si128(v, 2));
+            v = _mm_add_epi16(v, _mm_slli_si128(v, 4));
+            v = _mm_add_epi16(v, _mm_slli_si128(v, 8));
+            v = _mm_add_epi16(v, carry);
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(prefix + i + 1), v);
+            carry = _mm_shufflehi_epi16(v, 0xFF);
+            carry = _mm_unpackhi_epi64(carry, carry);
+        }
+    }
+#endif
+    for (std::uint16_t running = prefix[i]; i < n; ++i) {
+        running = static_cast<std::uint16_t>(running + g[i]);
+        prefix[i + 1] = running;
+    }
+    const auto localSum = [&](int k) {
+        return static_cast<std::uint16_t>(prefix[k + MEAN_RADIUS + 1] - prefix[k - MEAN_RADIUS]);
+    };
+    i = MEAN_RADIUS;
+#if defined(__SSE2__)
+    {
+        const __m128i zero = _mm_setzero_si128();
+        const __m128i weight = _mm_set1_epi16(window);
+        const __m128i high = _mm_set1_epi16(band);
+        const __m128i low = _mm_set1_epi16(-band);
+        const __m128i one = _mm_set1_epi16(1);
+        const __m128i two = _mm_set1_epi16(2);
+        for (; i + 8 + MEAN_RADIUS <= n; i += 8) {
+            const __m128i ahead =
+                _mm_loadu_si128(reinterpret_cast<const __m128i*>(prefix + i + MEAN_RADIUS + 1));
+            const __m128i behind =
+                _mm_loadu_si128(reinterpret_cast<const __m128i*>(prefix + i - MEAN_RADIUS));
+            const __m128i local = _mm_sub_epi16(ahead, behind);
+            const __m128i pixels =
+                _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(g + i)), zero);
+            const __m128i d = _mm_sub_epi16(_mm_mullo_epi16(pixels, weight), local);
+            const __m128i marks = _mm_or_si128(_mm_and_si128(_mm_cmplt_epi16(d, low), one),
+                                               _mm_and_si128(_mm_cmpgt_epi16(d, high), two));
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(flags + i), _mm_packus_epi16(marks, zero));
+        }
+    }
+#endif
+    for (; i + MEAN_RADIUS < n; ++i) {
+        const int d = static_cast<int>(g[i]) * window - static_cast<int>(localSum(i));
+        flags[i] = static_cast<std::uint8_t>((d < -band ? 1 : 0) | (d > band ? 2 : 0));
+    }
+
+    runStart_.clear();
+    runDark_.clear();
+    const int last = n - MEAN_RADIUS; // one past the last classified sample
+    bool dark = g[MEAN_RADIUS] * window < localSum(MEAN_RADIUS);
+    runStart_.push_back(static_cast<float>(MEAN_RADIUS) - 0.5f);
+    runDark_.push_back(dark ? 1 : 0);
+    for (i = MEAN_RADIUS + 1; i < last;) {
+        const void* found =
+            std::memchr(flags + i, dark ? 2 : 1, static_cast<std::size_t>(last - i));
+        if (found == nullptr) {
+            break;
+        }
+        i = static_cast<int>(static_cast<const std::uint8_t*>(found) - flags);
+        // The crossing of the local mean, searched back to where the samples
+        // were still on the old side, and placed between the two samples.
+        const float t = static_cast<float>(localSum(i)) / window;
+        const float floor = runStart_.back();
+        int k = i;
+        while (static_cast<float>(k - 1) > floor && (dark ? g[k - 1] > t : g[k - 1] < t)) {
+            --k;
+        }
+        const float a = g[k - 1];
+        const float b = g[k];
+        const float f = a != b ? std::min(1.0f, std::max(0.0f, (a - t) / (a - b))) : 0.5f;
+        dark = !dark;
+        runStart_.push_back(std::max(static_cast<float>(k - 1) + f, floor + 0.01f));
+        runDark_.push_back(dark ? 1 : 0);
+        ++i;
+    }
+    runStart_.push_back(static_cast<float>(last) - 0.5f);
+
+    // Whole runs only: the first and the last of the line are cut by its ends.
+    const std::size_t runs = runDark_.size();
+    // Every pattern has a wide bar beside a narrow space (8 and 1 in the
+    // start, 7 and 1 in the stop): a cheap first test that most runs fail.
+    const auto wide = [&](std::size_t bar, std::size_t space) {
+        const float b = runStart_[bar + 1] - runStart_[bar];
+        const float sp = runStart_[space + 1] - runStart_[space];
+        return b > 2.5f * sp;
+    };
+    for (std::size_t r = 1; r + 1 < runs && static_cast<int>(hits_.size()) < maxHits_; ++r) {
+        if (runDark_[r]) {
+            if (wide(r, r + 1)) {
+                match(r, 8, false, x0, y0, dx, dy, direction); // start, forwards
+                match(r, 9, false, x0, y0, dx, dy, direction); // stop, forwards
+            }
+            if (r + 8 < runs && wide(r + 8, r + 7)) {
+                match(r, 9, true, x0, y0, dx, dy, direction); // stop, backwards
+            }
+        } else if (r + 7 < runs && wide(r + 7, r + 6)) {
+            match(r, 8, true, x0, y0, dx, dy, direction); // start, backwards
+        }
+    }
+}
+
+void PatternScanner::match(std::size_t first, std::size_t count, bool reversed, float x0, float y0,
+                           float dx, float dy, Direction direction) {
+    const std::size_t runs = runDark_.size();
+    if (first + count >= runs) {
+        return;
+    }
+    const float* pattern = count == 8 ? START : STOP;
+    const float modules = count == 8 ? 17.0f : 18.0f;
+    float widths[9];
+    for (std::size_t k = 0; k < count; ++k) {
+        widths[k] = runStart_[first + k + 1] - runStart_[first + k];
+    }
+    const float total = runStart_[first + count] - runStart_[first];
+    const float m = total / modules;
+    if (m < MIN_MODULE) {
+        return;
+    }
+    const auto expected = [&](std::size_t k) { return pattern[reversed ? count - 1 - k : k]; };
+    // Edge to similar edge first: those sums survive ink spread and blur.
+    for (std::size_t k = 0; k + 1 < count; ++k) {
+        const float e = (widths[k] + widths[k + 1]) / m;
+        const float want = expected(k) + expected(k + 1);
+        if (std::fabs(e - want) > 0.75f + 0.12f * want) {
+            return;
+        }
+    }
+    for (std::size_t k = 0; k < count; ++k) {
+        const float want = expected(k);
+        if (want >= 3.0f && std::fabs(widths[k] / m - want) > 0.35f * want) {
+            return;
+        }
+    }
+    // Contrast between the dark and the light elements' samples.
+    float darkSum = 0.0f;
+    float lightSum = 0.0f;
+    int darkCount = 0;
+    int lightCount = 0;
+    for (std::size_t k = 0; k < count; ++k) {
+        const int lo = static_cast<int>(std::ceil(runStart_[first + k]));
+        const int hi = static_cast<int>(std::floor(runStart_[first + k + 1]));
+        for (int i = lo; i <= hi && i < length_; ++i) {
+            if (i < 0) {
+                continue;
+            }
+            if (runDark_[first + k]) {
+                darkSum += line_[i];
+                ++darkCount;
+            } else {
+                lightSum += line_[i];
+                ++lightCount;
+            }
+        }
+    }
+    if (darkCount == 0 || lightCount == 0) {
+        return;
+    }
+    const float contrast =
+        lightSum / static_cast<float>(lightCount) - darkSum / static_cast<float>(darkCount);
+    if (contrast < MIN_CONTRAST) {
+        return;
+    }
+
+    // Start forwards and stop backwards begin with their outer edge.
+    const bool outerFirst = (count == 8) != reversed;
+    const float outer = outerFirst ? runStart_[first] : runStart_[first + count];
+    const float inner = outerFirst ? runStart_[first + count] : runStart_[first];
+    PatternHit hit;
+    hit.kind = count == 8 ? PatternHit::Start : PatternHit::Stop;
+    hit.direction = direction;
+    hit.outer = Point2D(x0 + outer * dx, y0 + outer * dy, 1.0f);
+    hit.inner = Point2D(x0 + inner * dx, y0 + inner * dy, 1.0f);
+    hit.module = m * std::sqrt(dx * dx + dy * dy);
+    hit.contrast = contrast;
+    hits_.push_back(hit);
+}
+
+} // namespace pdf417

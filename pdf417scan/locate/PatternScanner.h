@@ -1,0 +1,80 @@
+#pragma once
+
+#include "pdf417scan/imaging/Image.h"
+#include "pdf417scan/imaging/Point2D.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace pdf417 {
+
+// Where one scan line crosses a start or a stop pattern.
+struct PatternHit {
+    enum Kind : std::uint8_t { Start, Stop };
+
+    Kind kind = Start;
+    std::uint8_t direction = 0; // the scan direction, PatternScanner::Direction
+    // The pattern's outer edge (the start pattern's first bar, the stop
+    // pattern's last) and its inner edge (where the row indicator begins or
+    // ends), in frame pixels: pixel (x, y) covers [x, x + 1) x [y, y + 1).
+    Point2D outer;
+    Point2D inner;
+    // The pattern's width along the scan line in modules' worth of pixels:
+    // the module size, stretched by the scan's slant across the bars.
+    float module = 0.0f;
+    // Mean gray of the pattern's light elements minus its dark ones.
+    float contrast = 0.0f;
+};
+
+// Looks for start and stop patterns on scan lines across the whole frame, in
+// up to four directions (rows, columns and both diagonals, so that a symbol
+// at any angle lies within about 22 degrees of one of them) and both ways
+// along each. Patterns are matched by the ratios of their run lengths, which
+// a slanted scan stretches alike, on a line binarised against its own local
+// mean with some hysteresis, with run ends placed below the pixel.
+//
+// Scratch storage is kept between frames; one thread at a time.
+class PatternScanner {
+public:
+    enum Direction : std::uint8_t { Rows, Columns, Diagonal, AntiDiagonal };
+
+    struct Settings {
+        int step = 6;                  // pixels between parallel scan lines
+        std::uint8_t directions = 0xF; // bit per Direction
+        int maxHits = 4000;            // a frame full of patterns stops here
+    };
+
+    // Replaces the hits with those of `image`.
+    void scan(const Image& image, const Settings& settings);
+
+    const std::vector<PatternHit>& hits() const { return hits_; }
+
+private:
+    // Scans line_ (sample i at (x0 + i dx, y0 + i dy), pixel centres) for
+    // patterns.
+    void scanLine(float x0, float y0, float dx, float dy, Direction direction);
+    void match(std::size_t first, std::size_t count, bool reversed, float x0, float y0, float dx,
+               float dy, Direction direction);
+
+    struct LineStart {
+        int x0;
+        int y0;
+        int length;
+    };
+
+    // The line being scanned: a frame row, or a gathered column or diagonal.
+    const std::uint8_t* line_ = nullptr;
+    int length_ = 0;
+    std::vector<LineStart> starts_;
+    std::vector<std::uint16_t> prefix_;
+    std::vector<std::uint8_t> flags_;
+    std::vector<std::uint8_t> gathered_;
+    // Runs of one line: where each starts, in samples below the pixel, and
+    // whether it is dark; the last entry closes the line.
+    std::vector<float> runStart_;
+    std::vector<std::uint8_t> runDark_;
+    std::vector<PatternHit> hits_;
+    int maxHits_ = 0;
+};
+
+} // namespace pdf417
