@@ -1,6 +1,7 @@
 #include "pdf417scan/api/FrameReader.h"
 
 #include "pdf417scan/imaging/ImageRotate90.h"
+#include "pdf417scan/reader/PreciseReader.h"
 #include "pdf417scan/reader/SymbolDecoder.h"
 #include "pdf417scan/reader/VoteTableReader.h"
 
@@ -27,7 +28,8 @@ inline std::uint8_t luma(std::uint8_t r, std::uint8_t g, std::uint8_t b) {
 
 FrameReader::FrameReader(const ReadOptions& options)
     : options_(options), decoder_(std::make_unique<SymbolDecoder>()),
-      fastChain_(std::make_unique<VoteTableReader>()) {}
+      fastChain_(std::make_unique<VoteTableReader>()),
+      preciseChain_(std::make_unique<PreciseReader>()) {}
 
 FrameReader::~FrameReader() = default;
 FrameReader::FrameReader(FrameReader&&) noexcept = default;
@@ -99,9 +101,10 @@ ReadResult FrameReader::read(const ImageView& frame) {
     return result;
 }
 
-bool FrameReader::readImage(IImage& image, ReadResult& result) {
+bool FrameReader::readImage(Image& image, ReadResult& result) {
     DecodedSymbol symbol;
     bool turned = false;
+    ReadChain chain = ReadChain::Fast;
     bool read = fastChain_->read(image, *decoder_, symbol);
     if (!read && options_.tryQuarterTurn) {
         // The same votes: what the upright attempt saw of a symbol still
@@ -109,10 +112,20 @@ bool FrameReader::readImage(IImage& image, ReadResult& result) {
         ImageRotate90 rotated(image);
         read = turned = fastChain_->read(rotated, *decoder_, symbol);
     }
+    if (!read && options_.effort != Effort::Fast) {
+        // Any angle at all: the precise chain needs no quarter turn.
+        PreciseReader::Settings settings;
+        if (options_.effort == Effort::Thorough) {
+            settings.scanStep = 3;
+            settings.maxOutlines = 6;
+        }
+        read = preciseChain_->read(image, settings, *decoder_, symbol);
+        chain = ReadChain::Precise;
+    }
     if (!read) {
         return false;
     }
-    result.chain = ReadChain::Fast;
+    result.chain = chain;
     DecodedMessage& message = symbol.message;
     result.bytes = std::move(message.bytes);
     result.text = std::move(message.text);

@@ -11,6 +11,7 @@
 
 namespace pdf417 {
 
+class PreciseReader;
 class SymbolDecoder;
 class VoteTableReader;
 
@@ -48,12 +49,13 @@ public:
 private:
     // Gray view of a checked frame, converted into luminance_ when in colour.
     Image luminanceOf(const ImageView& frame);
-    // One attempt of every chain the effort allows, upright then turned.
-    bool readImage(IImage& image, ReadResult& result);
+    // Every chain the effort allows, until one reads.
+    bool readImage(Image& image, ReadResult& result);
 
     ReadOptions options_;
     std::unique_ptr<SymbolDecoder> decoder_;
     std::unique_ptr<VoteTableReader> fastChain_;
+    std::unique_ptr<PreciseReader> preciseChain_;
     // Colour frames are turned to gray here; gray frames are read in place.
     std::vector<std::uint8_t> luminance_;
 };

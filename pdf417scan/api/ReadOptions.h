@@ -6,12 +6,11 @@ namespace pdf417 {
 
 // How hard a read tries. Every effort first runs the fast chain (the
 // row-scanning locator and the vote table), which reads clear, upright or
-// quarter-turned symbols in well under a millisecond. For now Normal and
-// Thorough run the fast chain alone as well.
+// quarter-turned symbols in well under a millisecond.
 enum class Effort : std::uint8_t {
-    Fast,
-    Normal, // the default
-    Thorough,
+    Fast,     // the fast chain alone
+    Normal,   // then, if it read nothing, the precise chain (the default)
+    Thorough, // the precise chain with denser scan lines and more candidates
 };
 
 struct ReadOptions {

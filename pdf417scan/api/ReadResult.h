@@ -30,8 +30,9 @@ const char* describe(ReadStatus status);
 
 // Which chain read the symbol.
 enum class ReadChain : std::uint8_t {
-    None, // nothing was read
-    Fast, // the row-scanning locator and the vote table
+    None,    // nothing was read
+    Fast,    // the row-scanning locator and the vote table
+    Precise, // patterns at any angle, a fitted grid, codewords below the pixel
 };
 
 struct ReadResult {

@@ -259,6 +259,18 @@ double elapsedMs(std::chrono::steady_clock::time_point start) {
         .count();
 }
 
+const char* chainName(pdf417::ReadChain chain) {
+    switch (chain) {
+    case pdf417::ReadChain::Fast:
+        return "fast";
+    case pdf417::ReadChain::Precise:
+        return "precise";
+    case pdf417::ReadChain::None:
+        break;
+    }
+    return "none";
+}
+
 // The JSON fields a read symbol adds beyond file, ok, text, bytes and ms.
 std::string symbolJson(const pdf417::ReadResult& r) {
     std::ostringstream out;
@@ -300,8 +312,7 @@ std::string symbolJson(const pdf417::ReadResult& r) {
     }
     out << "],\"rows\":" << r.rows << ",\"columns\":" << r.dataColumns
         << ",\"ec_level\":" << r.ecLevel << ",\"errors\":" << r.errorsCorrected
-        << ",\"erasures\":" << r.erasuresCorrected << ",\"chain\":\""
-        << (r.chain == pdf417::ReadChain::Fast ? "fast" : "none") << "\"";
+        << ",\"erasures\":" << r.erasuresCorrected << ",\"chain\":\"" << chainName(r.chain) << "\"";
     return out.str();
 }
 

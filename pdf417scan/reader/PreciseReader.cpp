@@ -1,0 +1,79 @@
+#include "pdf417scan/reader/PreciseReader.h"
+
+namespace pdf417 {
+
+bool PreciseReader::read(const Image& image, const Settings& settings, SymbolDecoder& decoder,
+                         DecodedSymbol& out) {
+    gridRows_ = gridColumns_ = 0;
+    PatternScanner::Settings scan;
+    scan.step = settings.scanStep;
+    scanner_.scan(image, scan);
+    edgeFinder_.find(scanner_.hits(), 2 * settings.maxOutlines, edges_);
+    const LineSampler sampler(image);
+    outlineFinder_.find(sampler, edges_, settings.maxOutlines, outlines_);
+    for (const SymbolOutline& outline : outlines_) {
+        if (readOutline(sampler, outline, decoder, out)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool PreciseReader::readOutline(const LineSampler& sampler, const SymbolOutline& outline,
+                                SymbolDecoder& decoder, DecodedSymbol& out) {
+    int columns = outline.columns > 0 ? outline.columns : 1;
+    Homography provisional;
+    IndicatorReading reading;
+    if (!OutlineFinder::provisionalMap(outline, columns, provisional) ||
+        !indicators_.read(sampler, provisional, outline, columns, reading)) {
+        return false;
+    }
+    // The width guess sets how far the left indicator lies from the start
+    // bar along the provisional map; read again at the right width.
+    if (outline.hasStart && outline.hasStop && reading.columns != columns) {
+        columns = reading.columns;
+        if (!OutlineFinder::provisionalMap(outline, columns, provisional) ||
+            !indicators_.read(sampler, provisional, outline, columns, reading)) {
+            return false;
+        }
+    }
+    Homography map;
+    if (!fitter_.fit(outline, reading, map)) {
+        return false;
+    }
+    // Codewords that did read sit where the grid should be: refit to them
+    // and read again, while that finds more of them. A grid extrapolated
+    // from one side grows across the symbol this way.
+    std::size_t found = 0;
+    for (int attempt = 0; attempt <= MAX_REFITS; ++attempt) {
+        if (decodeGrid(sampler, map, reading, decoder, out)) {
+            return true;
+        }
+        const std::size_t now = sampler_.foundFrom().size();
+        if (now <= found + found / 8 ||
+            !GridFitter::refit(sampler_.foundFrom(), sampler_.foundAt(), map)) {
+            return false;
+        }
+        found = now;
+    }
+    return false;
+}
+
+bool PreciseReader::decodeGrid(const LineSampler& sampler, const Homography& map,
+                               const IndicatorReading& reading, SymbolDecoder& decoder,
+                               DecodedSymbol& out) {
+    grid_ = map;
+    gridRows_ = reading.rows;
+    gridColumns_ = reading.columns;
+    sampler_.sample(sampler, map, reading.rows, reading.columns, reading.ecLevel);
+    if (!decoder.decode(sampler_.cells(), sampler_.confidence(), reading.rows, reading.columns,
+                        reading.ecLevel, out)) {
+        return false;
+    }
+    const double width = GridFitter::symbolWidth(reading.columns);
+    const double rows = reading.rows;
+    out.corners = {map(0, 0), map(width, 0), map(width, rows), map(0, rows)};
+    return true;
+}
+
+} // namespace pdf417

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "pdf417scan/imaging/Homography.h"
+#include "pdf417scan/imaging/Image.h"
+#include "pdf417scan/locate/EdgeLineFinder.h"
+#include "pdf417scan/locate/GridFitter.h"
+#include "pdf417scan/locate/OutlineFinder.h"
+#include "pdf417scan/locate/PatternScanner.h"
+#include "pdf417scan/reader/DecodedSymbol.h"
+#include "pdf417scan/reader/SymbolDecoder.h"
+#include "pdf417scan/sampling/GridSampler.h"
+#include "pdf417scan/sampling/IndicatorReader.h"
+
+#include <vector>
+
+namespace pdf417 {
+
+// The precise chain, for what the fast one cannot read: symbols at any
+// angle, under perspective, small, short, cut by the frame or with a pattern
+// damaged. Start and stop patterns are found on scan lines in four
+// directions and grouped into edges; the row indicators, read across those
+// edges, give the symbol's rows, columns and level and the row boundaries;
+// a homography fitted to them lays the grid, and every codeword is measured
+// below the pixel with a confidence. When correction fails, the grid is
+// refitted to the codewords found and read once more.
+//
+// Scratch storage is kept between frames; one thread at a time.
+class PreciseReader {
+public:
+    struct Settings {
+        int scanStep = 6;    // pixels between scan lines
+        int maxOutlines = 3; // candidate symbols tried per frame
+    };
+
+    bool read(const Image& image, const Settings& settings, SymbolDecoder& decoder,
+              DecodedSymbol& out);
+
+    // What the last read found, for pictures that show why a frame did not
+    // read.
+    const std::vector<PatternHit>& hits() const { return scanner_.hits(); }
+    const std::vector<EdgeLine>& edges() const { return edges_; }
+    const std::vector<SymbolOutline>& outlines() const { return outlines_; }
+    // The last grid laid (its rows and columns; 0 when none) and its cells.
+    const Homography& grid() const { return grid_; }
+    int gridRows() const { return gridRows_; }
+    int gridColumns() const { return gridColumns_; }
+    const std::vector<std::uint16_t>& gridCells() const { return sampler_.cells(); }
+
+private:
+    static constexpr int MAX_REFITS = 3;
+
+    bool readOutline(const LineSampler& sampler, const SymbolOutline& outline,
+                     SymbolDecoder& decoder, DecodedSymbol& out);
+    bool decodeGrid(const LineSampler& sampler, const Homography& map,
+                    const IndicatorReading& reading, SymbolDecoder& decoder, DecodedSymbol& out);
+
+    PatternScanner scanner_;
+    EdgeLineFinder edgeFinder_;
+    OutlineFinder outlineFinder_;
+    IndicatorReader indicators_;
+    GridFitter fitter_;
+    GridSampler sampler_;
+    std::vector<EdgeLine> edges_;
+    std::vector<SymbolOutline> outlines_;
+    Homography grid_;
+    int gridRows_ = 0;
+    int gridColumns_ = 0;
+};
+
+} // namespace pdf417
