@@ -146,6 +146,7 @@ bool FrameReader::readImage(Image& image, ReadResult& result) {
 
 void FrameReader::reset() {
     fastChain_->reset();
+    preciseChain_->reset();
 }
 
 } // namespace pdf417

@@ -122,6 +122,30 @@ bool EdgeLineFinder::refit(const std::vector<PatternHit>& hits,
            std::isfinite(line.innerTy);
 }
 
+void EdgeLineFinder::keepLongestRun(const std::vector<PatternHit>& hits, const EdgeLine& line,
+                                    float maxGap) {
+    std::sort(best_.begin(), best_.end(), [&](std::uint32_t a, std::uint32_t b) {
+        return line.along(hits[a].outer) < line.along(hits[b].outer);
+    });
+    std::size_t bestFirst = 0;
+    std::size_t bestCount = 0;
+    for (std::size_t first = 0; first < best_.size();) {
+        std::size_t end = first + 1;
+        while (end < best_.size() &&
+               line.along(hits[best_[end]].outer) - line.along(hits[best_[end - 1]].outer) <=
+                   maxGap) {
+            ++end;
+        }
+        if (end - first > bestCount) {
+            bestFirst = first;
+            bestCount = end - first;
+        }
+        first = end;
+    }
+    best_.erase(best_.begin() + static_cast<std::ptrdiff_t>(bestFirst + bestCount), best_.end());
+    best_.erase(best_.begin(), best_.begin() + static_cast<std::ptrdiff_t>(bestFirst));
+}
+
 void EdgeLineFinder::find(const std::vector<PatternHit>& hits, int maxLines,
                           std::vector<EdgeLine>& lines) {
     lines.clear();
@@ -213,19 +237,41 @@ void EdgeLineFinder::find(const std::vector<PatternHit>& hits, int maxLines,
             bestModule = modules_[modules_.size() / 2];
             if (collect(hits, best, bestModule, members_) >= 2) {
                 best_.swap(members_);
-                refit(hits, best_, best);
             }
+            // One symbol's edge is one unbroken run of hits: a stray match
+            // further along the same line (another symbol, text) is cut off,
+            // keeping the longest run whose gaps stay under a few rows.
+            keepLongestRun(hits, best, std::max(30.0f, 20.0f * bestModule));
+            if (best_.size() < 2) {
+                for (const std::uint32_t i : best_) {
+                    used_[i] = 1;
+                }
+                continue;
+            }
+            refit(hits, best_, best);
             best.module = bestModule;
             best.support = static_cast<int>(best_.size());
             best.from = best.to = best.along(hits[best_[0]].outer);
             best.contrast = 0.0f;
+            float ix = 0.0f;
+            float iy = 0.0f;
             for (const std::uint32_t i : best_) {
                 used_[i] = 1;
                 best.contrast += hits[i].contrast / static_cast<float>(best_.size());
+                const float dx = hits[i].inner.x() - hits[i].outer.x();
+                const float dy = hits[i].inner.y() - hits[i].outer.y();
+                const float length = std::hypot(dx, dy);
+                if (length > 0.0f) {
+                    ix += dx / length;
+                    iy += dy / length;
+                }
                 const float t = best.along(hits[i].outer);
                 best.from = std::min(best.from, t);
                 best.to = std::max(best.to, t);
             }
+            const float inward = std::hypot(ix, iy);
+            best.ix = inward > 0.0f ? ix / inward : best.nx;
+            best.iy = inward > 0.0f ? iy / inward : best.ny;
             lines.push_back(best);
         }
     }

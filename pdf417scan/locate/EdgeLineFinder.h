@@ -18,6 +18,9 @@ struct EdgeLine {
     float module = 0.0f;    // median module size across the edge, pixels
     float from = 0, to = 0; // extent of the hits along (tx, ty) from origin
     float contrast = 0.0f;  // mean contrast of its hits, gray levels
+    // Mean unit vector from its hits' outer points to their inner ones: the
+    // scan lines' way into the symbol, within about 22 degrees of the rows.
+    float ix = 0, iy = 0;
     // The pattern's inner edge, fitted to the hits' inner points on its own:
     // under perspective it is not quite parallel to the outer one.
     Point2D innerOrigin;
@@ -59,6 +62,8 @@ private:
                 std::vector<std::uint32_t>& members) const;
     bool refit(const std::vector<PatternHit>& hits, const std::vector<std::uint32_t>& members,
                EdgeLine& line) const;
+    // Trims best_ to its longest run along the line with no gap over maxGap.
+    void keepLongestRun(const std::vector<PatternHit>& hits, const EdgeLine& line, float maxGap);
 
     std::vector<std::uint32_t> free_;
     std::vector<std::uint8_t> used_;

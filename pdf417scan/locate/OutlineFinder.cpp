@@ -97,64 +97,99 @@ bool OutlineFinder::measureBar(const LineSampler& sampler, const EdgeLine& line,
     return std::hypot(b.x() - a.x(), b.y() - a.y()) >= 2.0f * line.module;
 }
 
+bool OutlineFinder::pairUp(const EdgeLine& s, const EdgeLine& p, Pair& out) {
+    const float ratio = std::max(s.module, p.module) / std::min(s.module, p.module);
+    // Perspective may make one side twice the other, or a little more.
+    if (!(ratio < 4.0f)) {
+        return false;
+    }
+    // Under perspective the module shrinks steadily from one side to the
+    // other: the modules across are the width over the logarithmic mean.
+    const float module =
+        ratio > 1.01f
+            ? (std::max(s.module, p.module) - std::min(s.module, p.module)) / std::log(ratio)
+            : 0.5f * (s.module + p.module);
+    out.startLine = s;
+    out.stopLine = p;
+    out.score = s.support + p.support;
+    const float shortest = std::min(s.to - s.from, p.to - p.from);
+    if (shortest < SHORT_EDGE * module) {
+        // A short symbol's edges are a few hits each, too few to trust their
+        // direction; the row direction from one pattern to the other is
+        // surer, and both edges lie square to it.
+        float rx = p.origin.x() - s.origin.x();
+        float ry = p.origin.y() - s.origin.y();
+        const float length = std::hypot(rx, ry);
+        if (!(length > 0.0f)) {
+            return false;
+        }
+        rx /= length;
+        ry /= length;
+        if (s.ix * rx + s.iy * ry < 0.6f || -(p.ix * rx + p.iy * ry) < 0.6f) {
+            return false;
+        }
+        float tx = -ry;
+        float ty = rx;
+        if (tx * s.tx + ty * s.ty < 0.0f) {
+            tx = -tx;
+            ty = -ty;
+        }
+        for (EdgeLine* line : {&out.startLine, &out.stopLine}) {
+            const EdgeLine& was = line == &out.startLine ? s : p;
+            const Point2D a = was.at(was.from);
+            const Point2D b = was.at(was.to);
+            const float sign = line == &out.startLine ? 1.0f : -1.0f;
+            line->tx = line->innerTx = tx;
+            line->ty = line->innerTy = ty;
+            line->nx = sign * rx;
+            line->ny = sign * ry;
+            line->from = std::min(line->along(a), line->along(b));
+            line->to = std::max(line->along(a), line->along(b));
+        }
+    } else if (std::fabs(s.tx * p.tx + s.ty * p.ty) < 0.8f) {
+        return false;
+    }
+    const EdgeLine& a = out.startLine;
+    const EdgeLine& b = out.stopLine;
+    const Point2D bMid = b.at(0.5f * (b.from + b.to));
+    const Point2D aMid = a.at(0.5f * (a.from + a.to));
+    const float width = a.depth(bMid) / module;
+    if (width < 0.8f * MIN_WIDTH || b.depth(aMid) <= 0.0f) {
+        return false;
+    }
+    out.columns = static_cast<int>(std::lround((width - 69.0f) / 17.0f));
+    if (out.columns < 1 || out.columns > 30) {
+        return false;
+    }
+    // Their extents must overlap along the edge.
+    const float from = a.along(b.at(b.from));
+    const float to = a.along(b.at(b.to));
+    const float overlap = std::min(a.to, std::max(from, to)) - std::max(a.from, std::min(from, to));
+    const float shorter = std::min(a.to - a.from, std::fabs(to - from));
+    return overlap >= -0.5f * shorter - 2.0f * module;
+}
+
 void OutlineFinder::find(const LineSampler& sampler, const std::vector<EdgeLine>& lines,
                          int maxOutlines, std::vector<SymbolOutline>& outlines) {
     outlines.clear();
     paired_.assign(lines.size(), 0);
     // Every compatible start-stop pair, scored by support; the best taken
     // first, each edge in one pair at most.
-    struct Pair {
-        std::size_t start;
-        std::size_t stop;
-        int score;
-        int columns;
-    };
-    std::vector<Pair> pairs;
+    pairs_.clear();
     for (std::size_t i = 0; i < lines.size(); ++i) {
-        const EdgeLine& s = lines[i];
-        if (s.kind != PatternHit::Start) {
+        if (lines[i].kind != PatternHit::Start) {
             continue;
         }
         for (std::size_t j = 0; j < lines.size(); ++j) {
-            const EdgeLine& p = lines[j];
-            if (p.kind != PatternHit::Stop) {
-                continue;
+            Pair pair;
+            if (lines[j].kind == PatternHit::Stop && pairUp(lines[i], lines[j], pair)) {
+                pair.start = i;
+                pair.stop = j;
+                pairs_.push_back(pair);
             }
-            const float cosine = s.tx * p.tx + s.ty * p.ty;
-            const float ratio = std::max(s.module, p.module) / std::min(s.module, p.module);
-            // Perspective may make one side up to about twice the other.
-            if (std::fabs(cosine) < 0.8f || !(ratio < 3.0f)) {
-                continue;
-            }
-            const Point2D pMid = p.at(0.5f * (p.from + p.to));
-            const Point2D sMid = s.at(0.5f * (s.from + s.to));
-            // Under perspective the module shrinks steadily from one side to
-            // the other: the modules across are the width over the
-            // logarithmic mean of the two.
-            const float module =
-                ratio > 1.01f ? (std::max(s.module, p.module) - std::min(s.module, p.module)) /
-                                    std::log(ratio)
-                              : 0.5f * (s.module + p.module);
-            const float width = s.depth(pMid) / module;
-            if (width < 0.8f * MIN_WIDTH || p.depth(sMid) <= 0.0f) {
-                continue;
-            }
-            const int columns = static_cast<int>(std::lround((width - 69.0f) / 17.0f));
-            if (columns < 1 || columns > 30) {
-                continue;
-            }
-            // Their extents must overlap along the edge.
-            const float a = s.along(p.at(p.from));
-            const float b = s.along(p.at(p.to));
-            const float overlap = std::min(s.to, std::max(a, b)) - std::max(s.from, std::min(a, b));
-            const float shorter = std::min(s.to - s.from, std::fabs(b - a));
-            if (overlap < -0.5f * shorter - 2.0f * module) {
-                continue;
-            }
-            pairs.push_back({i, j, s.support + p.support, columns});
         }
     }
-    std::stable_sort(pairs.begin(), pairs.end(),
+    std::stable_sort(pairs_.begin(), pairs_.end(),
                      [](const Pair& x, const Pair& y) { return x.score > y.score; });
 
     const auto add = [&](const EdgeLine* start, const EdgeLine* stop, int columns) {
@@ -181,7 +216,7 @@ void OutlineFinder::find(const LineSampler& sampler, const std::vector<EdgeLine>
         }
         outlines.push_back(o);
     };
-    for (const Pair& pair : pairs) {
+    for (const Pair& pair : pairs_) {
         if (static_cast<int>(outlines.size()) >= maxOutlines) {
             return;
         }
@@ -189,7 +224,7 @@ void OutlineFinder::find(const LineSampler& sampler, const std::vector<EdgeLine>
             continue;
         }
         paired_[pair.start] = paired_[pair.stop] = 1;
-        add(&lines[pair.start], &lines[pair.stop], pair.columns);
+        add(&pair.startLine, &pair.stopLine, pair.columns);
     }
     // Lone edges, strongest first (lines come sorted by support).
     for (std::size_t i = 0; i < lines.size(); ++i) {

@@ -44,6 +44,21 @@ public:
     static bool provisionalMap(const SymbolOutline& outline, int columns, Homography& out);
 
 private:
+    struct Pair {
+        std::size_t start = 0;
+        std::size_t stop = 0;
+        EdgeLine startLine; // re-aimed for a short symbol
+        EdgeLine stopLine;
+        int score = 0;
+        int columns = 0;
+    };
+
+    // Edges shorter than this many modules get their direction from the
+    // pair's rows rather than from their own few hits.
+    static constexpr float SHORT_EDGE = 8.0f;
+
+    // Whether a start and a stop edge bound one symbol; fills pair.
+    static bool pairUp(const EdgeLine& start, const EdgeLine& stop, Pair& pair);
     // Follows a bar's centre line from the last hit outwards; returns the
     // end, and whether it left the frame instead of ending.
     static Point2D walkBar(const LineSampler& sampler, const EdgeLine& line, float offset,
@@ -53,6 +68,7 @@ private:
                            bool& bottomCut, float sign);
 
     std::vector<std::uint8_t> paired_;
+    std::vector<Pair> pairs_;
 };
 
 } // namespace pdf417

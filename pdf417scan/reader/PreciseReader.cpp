@@ -11,12 +11,23 @@ bool PreciseReader::read(const Image& image, const Settings& settings, SymbolDec
     edgeFinder_.find(scanner_.hits(), 2 * settings.maxOutlines, edges_);
     const LineSampler sampler(image);
     outlineFinder_.find(sampler, edges_, settings.maxOutlines, outlines_);
+    pooledThisFrame_ = false;
     for (const SymbolOutline& outline : outlines_) {
         if (readOutline(sampler, outline, decoder, out)) {
+            reset();
             return true;
         }
     }
+    // Frames that show no symbol neither count nor drop the pool.
+    if (pooledThisFrame_ && ++failedFrames_ >= MAX_FAILED_FRAMES) {
+        reset();
+    }
     return false;
+}
+
+void PreciseReader::reset() {
+    votes_.clear();
+    failedFrames_ = 0;
 }
 
 bool PreciseReader::readOutline(const LineSampler& sampler, const SymbolOutline& outline,
@@ -50,13 +61,38 @@ bool PreciseReader::readOutline(const LineSampler& sampler, const SymbolOutline&
             return true;
         }
         const std::size_t now = sampler_.foundFrom().size();
-        if (now <= found + found / 8 ||
+        if (now <= found + found / 8 || attempt == MAX_REFITS ||
             !GridFitter::refit(sampler_.foundFrom(), sampler_.foundAt(), map)) {
-            return false;
+            break;
         }
         found = now;
     }
-    return false;
+    // The last grid read joins the pool of earlier frames' readings.
+    return decodePooled(reading, decoder, out);
+}
+
+bool PreciseReader::decodePooled(const IndicatorReading& reading, SymbolDecoder& decoder,
+                                 DecodedSymbol& out) {
+    votes_.add(reading.rows, reading.columns, reading.ecLevel, sampler_.cells(),
+               sampler_.confidence());
+    pooledThisFrame_ = true;
+    if (votes_.frames() < 2) {
+        return false;
+    }
+    votes_.pooled(pooledCells_, pooledConfidence_);
+    if (!decoder.decode(pooledCells_, pooledConfidence_, reading.rows, reading.columns,
+                        reading.ecLevel, out)) {
+        return false;
+    }
+    setCorners(grid_, reading, out);
+    return true;
+}
+
+void PreciseReader::setCorners(const Homography& map, const IndicatorReading& reading,
+                               DecodedSymbol& out) {
+    const double width = GridFitter::symbolWidth(reading.columns);
+    const double rows = reading.rows;
+    out.corners = {map(0, 0), map(width, 0), map(width, rows), map(0, rows)};
 }
 
 bool PreciseReader::decodeGrid(const LineSampler& sampler, const Homography& map,
@@ -70,9 +106,7 @@ bool PreciseReader::decodeGrid(const LineSampler& sampler, const Homography& map
                         reading.ecLevel, out)) {
         return false;
     }
-    const double width = GridFitter::symbolWidth(reading.columns);
-    const double rows = reading.rows;
-    out.corners = {map(0, 0), map(width, 0), map(width, rows), map(0, rows)};
+    setCorners(map, reading, out);
     return true;
 }
 

@@ -8,6 +8,7 @@
 #include "pdf417scan/locate/PatternScanner.h"
 #include "pdf417scan/reader/DecodedSymbol.h"
 #include "pdf417scan/reader/SymbolDecoder.h"
+#include "pdf417scan/sampling/CellVotes.h"
 #include "pdf417scan/sampling/GridSampler.h"
 #include "pdf417scan/sampling/IndicatorReader.h"
 
@@ -32,8 +33,13 @@ public:
         int maxOutlines = 3; // candidate symbols tried per frame
     };
 
+    // Reads one frame. What a frame shows of a symbol it could not read is
+    // pooled with the next frames' readings of the same geometry, until a
+    // reading succeeds or twenty frames in a row have failed.
     bool read(const Image& image, const Settings& settings, SymbolDecoder& decoder,
               DecodedSymbol& out);
+    // Forgets the pooled readings.
+    void reset();
 
     // What the last read found, for pictures that show why a frame did not
     // read.
@@ -48,11 +54,15 @@ public:
 
 private:
     static constexpr int MAX_REFITS = 3;
+    static constexpr int MAX_FAILED_FRAMES = 20;
 
     bool readOutline(const LineSampler& sampler, const SymbolOutline& outline,
                      SymbolDecoder& decoder, DecodedSymbol& out);
     bool decodeGrid(const LineSampler& sampler, const Homography& map,
                     const IndicatorReading& reading, SymbolDecoder& decoder, DecodedSymbol& out);
+    // Adds the last grid read to the pool and decodes what the pool holds.
+    bool decodePooled(const IndicatorReading& reading, SymbolDecoder& decoder, DecodedSymbol& out);
+    void setCorners(const Homography& map, const IndicatorReading& reading, DecodedSymbol& out);
 
     PatternScanner scanner_;
     EdgeLineFinder edgeFinder_;
@@ -60,6 +70,11 @@ private:
     IndicatorReader indicators_;
     GridFitter fitter_;
     GridSampler sampler_;
+    CellVotes votes_;
+    std::vector<std::uint16_t> pooledCells_;
+    std::vector<float> pooledConfidence_;
+    int failedFrames_ = 0;
+    bool pooledThisFrame_ = false;
     std::vector<EdgeLine> edges_;
     std::vector<SymbolOutline> outlines_;
     Homography grid_;
