@@ -87,18 +87,75 @@ Image FrameReader::luminanceOf(const ImageView& frame) {
     return Image(luminance_.data(), width, height);
 }
 
-ReadResult FrameReader::read(const ImageView& frame) {
+ReadResult FrameReader::read(const ImageView& frame, ReadTrace* trace) {
     ReadResult result;
     result.status = check(frame);
+    if (trace != nullptr) {
+        *trace = ReadTrace();
+    }
     if (result.status != ReadStatus::Read) {
         return result;
     }
     result.status = ReadStatus::NothingFound;
+    preciseRan_ = false;
     Image image = luminanceOf(frame);
     if (readImage(image, result)) {
         result.status = ReadStatus::Read;
     }
+    if (trace != nullptr) {
+        fillTrace(result, *trace);
+    }
     return result;
+}
+
+void FrameReader::fillTrace(const ReadResult& result, ReadTrace& trace) const {
+    if (preciseRan_) {
+        for (const EdgeLine& edge : preciseChain_->edges()) {
+            (edge.kind == PatternHit::Start ? trace.startEdges : trace.stopEdges)
+                .push_back({edge.at(edge.from), edge.at(edge.to)});
+        }
+        const int rows = preciseChain_->gridRows();
+        const int columns = preciseChain_->gridColumns();
+        if (rows > 0 && columns > 0) {
+            const Homography& map = preciseChain_->grid();
+            const double width = GridFitter::symbolWidth(columns);
+            trace.hasGrid = true;
+            trace.rows = rows;
+            trace.dataColumns = columns;
+            trace.outline = {map(0, 0), map(width, 0), map(width, rows), map(0, rows)};
+            // Codeword column boundaries, indicators included, and rows.
+            for (int c = 0; c <= columns + 2; ++c) {
+                const double u = 17.0 * (c + 1);
+                trace.gridLines.push_back({map(u, 0), map(u, rows)});
+            }
+            for (int r = 1; r < rows; ++r) {
+                trace.gridLines.push_back({map(0, r), map(width, r)});
+            }
+            const std::vector<std::uint16_t>& cells = preciseChain_->gridCells();
+            for (int r = 0; r < rows; ++r) {
+                for (int c = 0; c < columns; ++c) {
+                    if (cells[static_cast<std::size_t>(r * columns + c)] != GridSampler::UNREAD) {
+                        continue;
+                    }
+                    const double u0 = 17.0 * (c + 2);
+                    const double u1 = u0 + 17.0;
+                    trace.unreadCells.push_back(
+                        {map(u0, r), map(u1, r), map(u1, r + 1.0), map(u0, r + 1.0)});
+                }
+            }
+        }
+    }
+    // A read symbol's own outline wins over a grid that did not read.
+    if (result.ok()) {
+        trace.hasGrid = true;
+        trace.rows = result.rows;
+        trace.dataColumns = result.dataColumns;
+        trace.outline = result.corners;
+        if (result.chain != ReadChain::Precise) {
+            trace.gridLines.clear();
+            trace.unreadCells.clear();
+        }
+    }
 }
 
 bool FrameReader::readImage(Image& image, ReadResult& result) {
@@ -120,6 +177,7 @@ bool FrameReader::readImage(Image& image, ReadResult& result) {
             settings.maxOutlines = 6;
         }
         read = preciseChain_->read(image, settings, *decoder_, symbol);
+        preciseRan_ = true;
         chain = ReadChain::Precise;
     }
     if (!read) {

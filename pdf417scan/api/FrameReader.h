@@ -3,6 +3,7 @@
 #include "pdf417scan/api/ImageView.h"
 #include "pdf417scan/api/ReadOptions.h"
 #include "pdf417scan/api/ReadResult.h"
+#include "pdf417scan/api/ReadTrace.h"
 #include "pdf417scan/imaging/Image.h"
 
 #include <cstdint>
@@ -33,8 +34,9 @@ public:
     FrameReader& operator=(FrameReader&&) noexcept;
 
     // Reads one frame, pooling with the frames before it. Bad arguments are
-    // refused with their status before any pixel is touched.
-    ReadResult read(const ImageView& frame);
+    // refused with their status before any pixel is touched. When `trace` is
+    // given it is replaced with what the read found on its way.
+    ReadResult read(const ImageView& frame, ReadTrace* trace = nullptr);
 
     // Forgets what earlier frames showed, e.g. when the camera moved to
     // another symbol.
@@ -51,6 +53,7 @@ private:
     Image luminanceOf(const ImageView& frame);
     // Every chain the effort allows, until one reads.
     bool readImage(Image& image, ReadResult& result);
+    void fillTrace(const ReadResult& result, ReadTrace& trace) const;
 
     ReadOptions options_;
     std::unique_ptr<SymbolDecoder> decoder_;
@@ -58,6 +61,7 @@ private:
     std::unique_ptr<PreciseReader> preciseChain_;
     // Colour frames are turned to gray here; gray frames are read in place.
     std::vector<std::uint8_t> luminance_;
+    bool preciseRan_ = false;
 };
 
 } // namespace pdf417

@@ -105,7 +105,7 @@ bool OutlineFinder::pairUp(const EdgeLine& s, const EdgeLine& p, Pair& out) {
     }
     // Under perspective the module shrinks steadily from one side to the
     // other: the modules across are the width over the logarithmic mean.
-    const float module =
+    float module =
         ratio > 1.01f
             ? (std::max(s.module, p.module) - std::min(s.module, p.module)) / std::log(ratio)
             : 0.5f * (s.module + p.module);
@@ -145,12 +145,25 @@ bool OutlineFinder::pairUp(const EdgeLine& s, const EdgeLine& p, Pair& out) {
             line->ny = sign * ry;
             line->from = std::min(line->along(a), line->along(b));
             line->to = std::max(line->along(a), line->along(b));
+            // The module across the re-aimed edge, from the centroids of the
+            // hits' outer and inner points.
+            const float across = line->depth(line->innerOrigin);
+            const float modules = line == &out.startLine ? 17.0f : 18.0f;
+            if (across > 0.0f) {
+                line->module = across / modules;
+            }
         }
     } else if (std::fabs(s.tx * p.tx + s.ty * p.ty) < 0.8f) {
         return false;
     }
     const EdgeLine& a = out.startLine;
     const EdgeLine& b = out.stopLine;
+    if (shortest < SHORT_EDGE * module) {
+        const float r = std::max(a.module, b.module) / std::min(a.module, b.module);
+        module = r > 1.01f
+                     ? (std::max(a.module, b.module) - std::min(a.module, b.module)) / std::log(r)
+                     : 0.5f * (a.module + b.module);
+    }
     const Point2D bMid = b.at(0.5f * (b.from + b.to));
     const Point2D aMid = a.at(0.5f * (a.from + a.to));
     const float width = a.depth(bMid) / module;

@@ -1,6 +1,7 @@
 // pdf417scan: reads PDF417 symbols from image files or raw gray frames.
 #include "pdf417scan/api/FrameReader.h"
 #include "pdf417scan/api/Read.h"
+#include "tools/scanner/DebugPicture.h"
 #include "tools/scanner/FrameLoader.h"
 
 #include <unistd.h>
@@ -41,6 +42,10 @@ const char* const kUsage =
     "                text_complete, ecis, macro, reader_init, corners, rows,\n"
     "                columns, ec_level, errors, erasures, chain; error for failures\n"
     "  --fast        only the fast first attempt: quickest, reads less\n"
+    "  --debug-image FILE.png\n"
+    "                draw what the read found over the frame: pattern edges,\n"
+    "                the grid, cells that gave no codeword, the outline; later\n"
+    "                inputs go to FILE-2.png, FILE-3.png, ...\n"
     "  --frames      read the inputs as consecutive frames of one video with one\n"
     "                reader, pooling evidence across frames; prints the first\n"
     "                message read and the frame it came at\n"
@@ -61,6 +66,7 @@ struct Options {
     int rawHeight = 0;
     int repeat = 1;
     bool timing = false;
+    std::string debugImage;
     std::vector<std::string> files;
 };
 
@@ -98,6 +104,13 @@ bool parseArguments(int argc, char** argv, Options& options, int& exitCode) {
             options.fast = true;
         } else if (arg == "--frames") {
             options.frames = true;
+        } else if (arg == "--debug-image") {
+            if (i + 1 >= argc || argv[i + 1][0] == '\0') {
+                fail(arg + " needs a file name");
+                exitCode = kBadInput;
+                return false;
+            }
+            options.debugImage = argv[++i];
         } else if (arg == "--raw" || arg == "--time") {
             if (i + 1 >= argc) {
                 fail(arg + " needs a value");
@@ -337,6 +350,12 @@ public:
             result = pdf417::read(viewOf(frame), readOptions_);
             times.push_back(elapsedMs(start));
         }
+        if (!options_.debugImage.empty()) {
+            // Read once more, the same way, with the trace kept.
+            pdf417::ReadTrace trace;
+            pdf417::FrameReader(readOptions_).read(viewOf(frame), &trace);
+            drawTrace(frame, trace, result.ok());
+        }
         const Timing timing = summarize(times);
         if (!result.ok()) {
             sawUnread_ = true;
@@ -351,9 +370,14 @@ public:
         if (!reader_) {
             reader_ = std::make_unique<pdf417::FrameReader>(readOptions_);
         }
+        pdf417::ReadTrace trace;
         const auto start = std::chrono::steady_clock::now();
-        const pdf417::ReadResult result = reader_->read(viewOf(frame));
+        const pdf417::ReadResult result =
+            reader_->read(viewOf(frame), options_.debugImage.empty() ? nullptr : &trace);
         const double ms = elapsedMs(start);
+        if (!options_.debugImage.empty()) {
+            drawTrace(frame, trace, result.ok());
+        }
         fedMs_ += ms;
         if (!result.ok()) {
             return false;
@@ -387,6 +411,26 @@ public:
     int exitCode() const { return badInput_ ? kBadInput : sawUnread_ ? kSomeUnread : kAllRead; }
 
 private:
+    // The n-th picture goes to FILE, FILE-2, FILE-3, ... (before the
+    // extension).
+    void drawTrace(const Frame& frame, const pdf417::ReadTrace& trace, bool read) {
+        std::string path = options_.debugImage;
+        if (++pictures_ > 1) {
+            const std::size_t slash = path.find_last_of('/');
+            std::size_t dot = path.find_last_of('.');
+            if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) {
+                dot = path.size();
+            }
+            path.insert(dot, "-" + std::to_string(pictures_));
+        }
+        std::string error;
+        if (!pdf417::cli::DebugPicture::write(path, frame.pixels, frame.width, frame.height, trace,
+                                              read, error)) {
+            badInput_ = true;
+            fail(error);
+        }
+    }
+
     static pdf417::ReadOptions readOptionsOf(const Options& options) {
         pdf417::ReadOptions read;
         read.effort = options.fast ? pdf417::Effort::Fast : pdf417::Effort::Normal;
@@ -438,6 +482,7 @@ private:
     pdf417::ReadOptions readOptions_;
     std::unique_ptr<pdf417::FrameReader> reader_;
     int frameNumber_ = 0;
+    int pictures_ = 0;
     double fedMs_ = 0.0;
     bool badInput_ = false;
     bool sawUnread_ = false;
