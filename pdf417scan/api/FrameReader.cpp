@@ -183,6 +183,8 @@ bool FrameReader::readImage(Image& image, ReadResult& result) {
     if (!read) {
         return false;
     }
+    // A reading ends the symbol's pooling in both chains.
+    reset();
     result.chain = chain;
     DecodedMessage& message = symbol.message;
     result.bytes = std::move(message.bytes);

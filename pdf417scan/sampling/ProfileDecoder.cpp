@@ -16,6 +16,9 @@ constexpr float LEVELS[] = {0.5f, 0.4f, 0.6f, 0.32f, 0.68f};
 constexpr float MIN_RANGE = 12.0f;
 // Crossings a threshold can make across a codeword and its margins.
 constexpr int MAX_CROSSINGS = 40;
+// A codeword is 17 modules wide; one measuring off by more than this took a
+// wrong crossing for one of its edges.
+constexpr float MAX_WIDTH_ERROR = 1.5f;
 
 std::uint32_t keyOf(const int e[6]) {
     std::uint32_t key = 0;
@@ -138,11 +141,16 @@ bool ProfileDecoder::decode(const float* profile, int count, float samplesPerMod
                 first = c;
             }
         }
-        if (first < 0 || first + 8 >= crossings) {
+        if (first < 0 || first + 7 >= crossings) {
             continue;
         }
-        const float width = x[first + 8] - x[first];
-        if (std::fabs(width / samplesPerModule - 17.0f) > 3.0f) {
+        // Where the next codeword's first bar is lost (glare, a stain, the
+        // frame's edge), the codeword's width is taken from the grid: the
+        // six distances need only its own eight edges.
+        const bool measured = first + 8 < crossings && falling[first + 8];
+        const float width = measured ? x[first + 8] - x[first] : 17.0f * samplesPerModule;
+        if (std::fabs(width / samplesPerModule - 17.0f) > MAX_WIDTH_ERROR ||
+            x[first + 7] - x[first] >= width) {
             continue;
         }
         float d[6];
@@ -154,7 +162,10 @@ bool ProfileDecoder::decode(const float* profile, int count, float samplesPerMod
             continue;
         }
         reading.start = x[first];
-        reading.end = x[first + 8];
+        reading.end = x[first] + width;
+        if (!measured) {
+            reading.confidence *= 0.7f;
+        }
         if (reading.confidence > best.confidence || best.value < 0) {
             best = reading;
         }

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <stb_image.h>
 #include <stb_image_write.h>
 
 #include <algorithm>
@@ -336,9 +337,9 @@ TEST(Scanner, OptionsAndUsageErrors) {
 
     const std::string sample = bundledSamples().at(0).png;
     // S stands for a sample's path.
-    for (const char* line :
-         {"", "--bogus S", "--raw", "--raw 0x10 -", "--raw 10x -", "--raw ax10 -", "--time 0 S",
-          "--time many S", "--time", "-", "--raw 4x4 - -", "--frames --time 2 S"}) {
+    for (const char* line : {"", "--bogus S", "--raw", "--raw 0x10 -", "--raw 10x -",
+                             "--raw ax10 -", "--time 0 S", "--time many S", "--time", "-",
+                             "--raw 4x4 - -", "--frames --time 2 S", "--debug-image"}) {
         std::vector<std::string> args;
         std::istringstream words(line);
         for (std::string word; words >> word;) {
@@ -353,6 +354,61 @@ TEST(Scanner, OptionsAndUsageErrors) {
     const auto dashed = runScanner({"--", "--json"});
     EXPECT_EQ(dashed.exitStatus, 2);
     EXPECT_TRUE(contains(dashed.err, "--json: cannot open")) << dashed.err;
+}
+
+// A symbol turned by 30 degrees reads only through the precise chain: not
+// with --fast, and --json says which chain read it. --debug-image draws the
+// read's outline (yellow) over the frame, and nothing of the kind over blank
+// paper.
+TEST(Scanner, FastOptionJsonFieldsAndDebugImage) {
+    ScratchDir dir;
+    ASSERT_TRUE(dir.ok());
+    const std::string message = "Turned by thirty degrees";
+    Pdf417Modules symbol;
+    ASSERT_TRUE(encodePdf417(message, {3, 3, 0}, symbol));
+    SymbolRenderer::Options options;
+    options.frameWidth = 480;
+    options.frameHeight = 320;
+    options.moduleWidth = 3.0;
+    options.rotationDegrees = 30.0;
+    const SymbolRenderer::Frame frame = SymbolRenderer().render(ModuleGrid(symbol), options);
+    const std::string turned = dir.file("turned.pgm");
+    ASSERT_TRUE(frame.writePgm(turned));
+    const std::string blank = dir.file("blank.pgm");
+    ASSERT_TRUE(frameOf("", 200, 100, 1).writePgm(blank));
+
+    EXPECT_EQ(runScanner({"--fast", turned}).exitStatus, 1);
+    const auto run = runScanner({"--json", turned});
+    ASSERT_EQ(run.exitStatus, 0) << run.err;
+    const json line = json::parse(run.out);
+    EXPECT_EQ(line.at("text"), message);
+    EXPECT_EQ(line.at("chain"), "precise");
+    EXPECT_EQ(line.at("rows"), symbol.rows);
+    EXPECT_EQ(line.at("columns"), 3);
+    EXPECT_EQ(line.at("ec_level"), 3);
+    EXPECT_TRUE(line.at("macro").is_null());
+    EXPECT_EQ(line.at("corners").size(), 4u);
+    // The first corner is the start pattern's top, where the renderer put it.
+    const Vec2 topLeft = frame.toFrame(0, 0);
+    EXPECT_NEAR(line.at("corners")[0][0].get<double>(), topLeft.x, 3.0);
+    EXPECT_NEAR(line.at("corners")[0][1].get<double>(), topLeft.y, 3.0);
+
+    const std::string picture = dir.file("read.png");
+    const auto drawn = runScanner({"--debug-image", picture, turned, blank});
+    EXPECT_EQ(drawn.exitStatus, 1) << drawn.err; // the blank frame held no symbol
+    for (const auto& [path, read] :
+         {std::pair<std::string, bool>{picture, true}, {dir.file("read-2.png"), false}}) {
+        int width = 0, height = 0, channels = 0;
+        unsigned char* rgb = stbi_load(path.c_str(), &width, &height, &channels, 3);
+        ASSERT_NE(rgb, nullptr) << path;
+        int yellow = 0;
+        for (int i = 0; i < width * height; ++i) {
+            yellow += rgb[3 * i] == 255 && rgb[3 * i + 1] == 230 && rgb[3 * i + 2] == 0 ? 1 : 0;
+        }
+        stbi_image_free(rgb);
+        EXPECT_EQ(width, read ? 480 : 200) << path;
+        EXPECT_EQ(yellow > 100, read) << path;
+    }
 }
 
 } // namespace
