@@ -24,6 +24,8 @@ constexpr int MEAN_RADIUS = 10;
 constexpr int HYSTERESIS = 6;
 // A pattern fainter than this is paper texture.
 constexpr float MIN_CONTRAST = 18.0f;
+// Shorter lines cannot hold the local mean's window and a pattern.
+constexpr int MIN_LINE = 2 * MEAN_RADIUS + 1 + 17;
 // Modules below this many samples cannot be told apart on a scan line.
 constexpr float MIN_MODULE = 0.55f;
 
@@ -78,31 +80,25 @@ void PatternScanner::scan(const Image& image, const Settings& settings) {
         const int offsetStep = std::max(1, static_cast<int>(std::lround(step * 1.41421356)));
         const int first = dx > 0 ? -(height - 1) : 0;
         const int last = dx > 0 ? width - 1 : width + height - 2;
-        starts_.clear();
+        // Each line is gathered and scanned at once: a diagonal touches a
+        // new cache line per pixel whatever the order.
+        const std::ptrdiff_t next = static_cast<std::ptrdiff_t>(stride) + dx;
         for (int c = first + offsetStep / 2; c <= last; c += offsetStep) {
             const int x0 = dx > 0 ? std::max(0, c) : std::min(width - 1, c);
             const int y0 = dx > 0 ? std::max(0, -c) : c - x0;
             const int length =
                 dx > 0 ? std::min(width - x0, height - y0) : std::min(x0 + 1, height - y0);
-            starts_.push_back({x0, y0, length});
-        }
-        gathered_.resize(starts_.size() * span);
-        // Line k crosses row y at x0 + dx (y - y0); the lines a row crosses
-        // are those whose rows cover it.
-        for (std::size_t k = 0; k < starts_.size(); ++k) {
-            const LineStart& l = starts_[k];
-            const unsigned char* pixel = data + static_cast<std::size_t>(l.y0) * stride + l.x0;
-            std::uint8_t* out = gathered_.data() + k * span;
-            const std::ptrdiff_t next = static_cast<std::ptrdiff_t>(stride) + dx;
-            for (int i = 0; i < l.length; ++i, pixel += next) {
-                out[i] = *pixel;
+            if (length < MIN_LINE) {
+                continue;
             }
-        }
-        for (std::size_t k = 0; k < starts_.size(); ++k) {
-            const LineStart& l = starts_[k];
-            line_ = gathered_.data() + k * span;
-            length_ = l.length;
-            scanLine(static_cast<float>(l.x0) + 0.5f, static_cast<float>(l.y0) + 0.5f,
+            gathered_.resize(static_cast<std::size_t>(length));
+            const unsigned char* pixel = data + static_cast<std::size_t>(y0) * stride + x0;
+            for (int i = 0; i < length; ++i, pixel += next) {
+                gathered_[static_cast<std::size_t>(i)] = *pixel;
+            }
+            line_ = gathered_.data();
+            length_ = length;
+            scanLine(static_cast<float>(x0) + 0.5f, static_cast<float>(y0) + 0.5f,
                      static_cast<float>(dx), 1.0f, direction);
         }
     }
@@ -111,7 +107,7 @@ void PatternScanner::scan(const Image& image, const Settings& settings) {
 void PatternScanner::scanLine(float x0, float y0, float dx, float dy, Direction direction) {
     const int n = length_;
     constexpr int window = 2 * MEAN_RADIUS + 1;
-    if (n < window + 17 || static_cast<int>(hits_.size()) >= maxHits_) {
+    if (n < MIN_LINE || static_cast<int>(hits_.size()) >= maxHits_) {
         return;
     }
     const std::uint8_t* const g = line_;

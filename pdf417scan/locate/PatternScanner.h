@@ -56,16 +56,9 @@ private:
     void match(std::size_t first, std::size_t count, bool reversed, float x0, float y0, float dx,
                float dy, Direction direction);
 
-    struct LineStart {
-        int x0;
-        int y0;
-        int length;
-    };
-
     // The line being scanned: a frame row, or a gathered column or diagonal.
     const std::uint8_t* line_ = nullptr;
     int length_ = 0;
-    std::vector<LineStart> starts_;
     std::vector<std::uint16_t> prefix_;
     std::vector<std::uint8_t> flags_;
     std::vector<std::uint8_t> gathered_;
