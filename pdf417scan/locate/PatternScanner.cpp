@@ -24,8 +24,10 @@ constexpr int MEAN_RADIUS = 10;
 constexpr int HYSTERESIS = 6;
 // A pattern fainter than this is paper texture.
 constexpr float MIN_CONTRAST = 18.0f;
-// Shorter lines cannot hold the local mean's window and a pattern.
-constexpr int MIN_LINE = 2 * MEAN_RADIUS + 1 + 17;
+// Paper samples added beyond either end of a line.
+constexpr int PADDING = MEAN_RADIUS + 2;
+// Shorter lines cannot hold a pattern.
+constexpr int MIN_LINE = 20;
 // Modules below this many samples cannot be told apart on a scan line.
 constexpr float MIN_MODULE = 0.55f;
 
@@ -105,12 +107,24 @@ void PatternScanner::scan(const Image& image, const Settings& settings) {
 }
 
 void PatternScanner::scanLine(float x0, float y0, float dx, float dy, Direction direction) {
-    const int n = length_;
     constexpr int window = 2 * MEAN_RADIUS + 1;
-    if (n < MIN_LINE || static_cast<int>(hits_.size()) >= maxHits_) {
+    if (length_ < MIN_LINE || static_cast<int>(hits_.size()) >= maxHits_) {
         return;
     }
-    const std::uint8_t* const g = line_;
+    // Beyond the frame lies paper, as light as the brightest sample near
+    // each end: a symbol printed without a quiet zone, or touching the
+    // border, keeps its outer bar whole and inside the classified samples.
+    padded_.resize(static_cast<std::size_t>(length_ + 2 * PADDING));
+    std::uint8_t* const line = padded_.data();
+    std::memcpy(line + PADDING, line_, static_cast<std::size_t>(length_));
+    const int reach = std::min(length_, window);
+    std::fill(line, line + PADDING, *std::max_element(line_, line_ + reach));
+    std::fill(line + PADDING + length_, line + 2 * PADDING + length_,
+              *std::max_element(line_ + length_ - reach, line_ + length_));
+    x0 -= PADDING * dx;
+    y0 -= PADDING * dy;
+    const int n = length_ + 2 * PADDING;
+    const std::uint8_t* const g = line;
     // Two passes. The first marks each sample that lies beyond the local
     // mean by more than the hysteresis (dark 1, light 2), compared in
     // integers times the window's size; it has no branches, so compilers
@@ -273,15 +287,15 @@ void PatternScanner::match(std::size_t first, std::size_t count, bool reversed, 
     for (std::size_t k = 0; k < count; ++k) {
         const int lo = static_cast<int>(std::ceil(runStart_[first + k]));
         const int hi = static_cast<int>(std::floor(runStart_[first + k + 1]));
-        for (int i = lo; i <= hi && i < length_; ++i) {
+        for (int i = lo; i <= hi && i < static_cast<int>(padded_.size()); ++i) {
             if (i < 0) {
                 continue;
             }
             if (runDark_[first + k]) {
-                darkSum += line_[i];
+                darkSum += padded_[static_cast<std::size_t>(i)];
                 ++darkCount;
             } else {
-                lightSum += line_[i];
+                lightSum += padded_[static_cast<std::size_t>(i)];
                 ++lightCount;
             }
         }

@@ -62,6 +62,7 @@ private:
     std::vector<std::uint16_t> prefix_;
     std::vector<std::uint8_t> flags_;
     std::vector<std::uint8_t> gathered_;
+    std::vector<std::uint8_t> padded_;
     // Runs of one line: where each starts, in samples below the pixel, and
     // whether it is dark; the last entry closes the line.
     std::vector<float> runStart_;
