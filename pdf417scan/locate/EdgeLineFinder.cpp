@@ -103,10 +103,25 @@ int EdgeLineFinder::collect(const std::vector<PatternHit>& hits, const EdgeLine&
 }
 
 bool EdgeLineFinder::refit(const std::vector<PatternHit>& hits,
-                           const std::vector<std::uint32_t>& members, EdgeLine& line) const {
+                           const std::vector<std::uint32_t>& members, EdgeLine& line) {
     // Two points keep the sampled direction.
     fitLine(hits, members, false, line.tx, line.ty, line.origin, line.tx, line.ty);
     fitLine(hits, members, true, line.tx, line.ty, line.innerOrigin, line.innerTx, line.innerTy);
+    // The inner edge once more without the hits that strayed from it by more
+    // than a pixel (a pattern's inner end is where a misread run shows).
+    inliers_.clear();
+    for (const std::uint32_t i : members) {
+        const Point2D& p = hits[i].inner;
+        const float off = (p.x() - line.innerOrigin.x()) * line.innerTy -
+                          (p.y() - line.innerOrigin.y()) * line.innerTx;
+        if (std::fabs(off) <= 1.0f) {
+            inliers_.push_back(i);
+        }
+    }
+    if (inliers_.size() >= 3 && inliers_.size() < members.size()) {
+        fitLine(hits, inliers_, true, line.tx, line.ty, line.innerOrigin, line.innerTx,
+                line.innerTy);
+    }
     line.nx = -line.ty;
     line.ny = line.tx;
     float inward = 0.0f;

@@ -61,7 +61,7 @@ private:
     int collect(const std::vector<PatternHit>& hits, const EdgeLine& line, float module,
                 std::vector<std::uint32_t>& members) const;
     bool refit(const std::vector<PatternHit>& hits, const std::vector<std::uint32_t>& members,
-               EdgeLine& line) const;
+               EdgeLine& line);
     // Trims best_ to its longest run along the line with no gap over maxGap.
     void keepLongestRun(const std::vector<PatternHit>& hits, const EdgeLine& line, float maxGap);
 
@@ -69,6 +69,7 @@ private:
     std::vector<std::uint8_t> used_;
     std::vector<std::uint32_t> members_;
     std::vector<std::uint32_t> best_;
+    std::vector<std::uint32_t> inliers_;
     std::vector<float> modules_;
 };
 

@@ -52,6 +52,13 @@ Point2D OutlineFinder::walkBar(const LineSampler& sampler, const EdgeLine& line,
         return Point2D(p.x() + d * line.nx, p.y() + d * line.ny, 1.0f);
     };
     cut = false;
+    // A hit at the end of the run may lie just off the bar (a scan line that
+    // crossed the symbol's corner): step back onto the bar first.
+    const float middle = 0.5f * (line.from + line.to);
+    while ((fromT - middle) * direction > 0.0f && inside(sampler.image(), centre(fromT)) &&
+           barGray(sampler, line, offset, halfWidth, fromT) >= threshold) {
+        fromT -= direction * step;
+    }
     float lastDark = fromT;
     int light = 0;
     // A bar longer than the frame's diagonal is not a bar.
@@ -105,10 +112,9 @@ bool OutlineFinder::pairUp(const EdgeLine& s, const EdgeLine& p, Pair& out) {
     }
     // Under perspective the module shrinks steadily from one side to the
     // other: the modules across are the width over the logarithmic mean.
-    float module =
-        ratio > 1.01f
-            ? (std::max(s.module, p.module) - std::min(s.module, p.module)) / std::log(ratio)
-            : 0.5f * (s.module + p.module);
+    float module = ratio > 1.01f ? (std::max(s.module, p.module) - std::min(s.module, p.module)) /
+                                       std::log(ratio)
+                                 : 0.5f * (s.module + p.module);
     out.startLine = s;
     out.stopLine = p;
     out.score = s.support + p.support;
@@ -239,12 +245,15 @@ void OutlineFinder::find(const LineSampler& sampler, const std::vector<EdgeLine>
         paired_[pair.start] = paired_[pair.stop] = 1;
         add(&pair.startLine, &pair.stopLine, pair.columns);
     }
-    // Lone edges, strongest first (lines come sorted by support).
+    // Lone edges, strongest first (lines come sorted by support), paired
+    // ones too: a pair may have taken a stray match for a partner (a stop
+    // pattern run into a dark surround, say), and the edge alone still
+    // reads.
     for (std::size_t i = 0; i < lines.size(); ++i) {
         if (static_cast<int>(outlines.size()) >= maxOutlines) {
             return;
         }
-        if (paired_[i] || lines[i].support < 3) {
+        if (lines[i].support < 3) {
             continue;
         }
         const bool start = lines[i].kind == PatternHit::Start;

@@ -232,9 +232,9 @@ void PatternScanner::scanLine(float x0, float y0, float dx, float dy, Direction 
         const float sp = runStart_[space + 1] - runStart_[space];
         return b > 2.5f * sp;
     };
-    for (std::size_t r = 1; r + 1 < runs && static_cast<int>(hits_.size()) < maxHits_; ++r) {
+    for (std::size_t r = 0; r < runs && static_cast<int>(hits_.size()) < maxHits_; ++r) {
         if (runDark_[r]) {
-            if (wide(r, r + 1)) {
+            if (r + 1 < runs && wide(r, r + 1)) {
                 match(r, 8, false, x0, y0, dx, dy, direction); // start, forwards
                 match(r, 9, false, x0, y0, dx, dy, direction); // stop, forwards
             }
@@ -250,34 +250,71 @@ void PatternScanner::scanLine(float x0, float y0, float dx, float dy, Direction 
 void PatternScanner::match(std::size_t first, std::size_t count, bool reversed, float x0, float y0,
                            float dx, float dy, Direction direction) {
     const std::size_t runs = runDark_.size();
-    if (first + count >= runs) {
+    if (first + count > runs) {
         return;
     }
     const float* pattern = count == 8 ? START : STOP;
-    const float modules = count == 8 ? 17.0f : 18.0f;
+    const auto expected = [&](std::size_t k) { return pattern[reversed ? count - 1 - k : k]; };
+    // Start forwards and stop backwards begin with their outer edge.
+    const bool outerFirst = (count == 8) != reversed;
+    const std::size_t outerIndex = outerFirst ? 0 : count - 1;
     float widths[9];
     for (std::size_t k = 0; k < count; ++k) {
         widths[k] = runStart_[first + k + 1] - runStart_[first + k];
     }
-    const float total = runStart_[first + count] - runStart_[first];
-    const float m = total / modules;
-    if (m < MIN_MODULE) {
-        return;
-    }
-    const auto expected = [&](std::size_t k) { return pattern[reversed ? count - 1 - k : k]; };
     // Edge to similar edge first: those sums survive ink spread and blur.
-    for (std::size_t k = 0; k + 1 < count; ++k) {
-        const float e = (widths[k] + widths[k + 1]) / m;
-        const float want = expected(k) + expected(k + 1);
-        if (std::fabs(e - want) > 0.75f + 0.12f * want) {
+    // `open` leaves the outer bar out of the measure, for a bar run into a
+    // dark surround or cut by the frame's edge.
+    const auto fits = [&](bool open, float& m) {
+        float total = 0.0f;
+        float modules = 0.0f;
+        for (std::size_t k = 0; k < count; ++k) {
+            if (!(open && k == outerIndex)) {
+                total += widths[k];
+                modules += expected(k);
+            }
+        }
+        m = total / modules;
+        if (m < MIN_MODULE) {
+            return false;
+        }
+        for (std::size_t k = 0; k + 1 < count; ++k) {
+            if (open && (k == outerIndex || k + 1 == outerIndex)) {
+                continue;
+            }
+            const float e = (widths[k] + widths[k + 1]) / m;
+            const float want = expected(k) + expected(k + 1);
+            if (std::fabs(e - want) > (open ? 0.6f : 0.75f) + 0.12f * want) {
+                return false;
+            }
+        }
+        for (std::size_t k = 0; k < count; ++k) {
+            const float want = expected(k);
+            if (!(open && k == outerIndex) && want >= 3.0f &&
+                std::fabs(widths[k] / m - want) > 0.35f * want) {
+                return false;
+            }
+        }
+        return true;
+    };
+    // The outer element must be whole for the plain match: not the line's
+    // first or last run, which its ends cut.
+    const bool outerWhole = outerFirst ? first > 0 : first + count < runs;
+    float m = 0.0f;
+    bool open = false;
+    if (!(outerWhole && fits(false, m))) {
+        // Open: the outer bar clearly longer than it should be (run into a
+        // dark surround) or clearly shorter (cut by the frame's edge), but
+        // there; a bar of about its width failed the plain match for a
+        // reason that leaving it out does not mend.
+        if (!fits(true, m)) {
             return;
         }
-    }
-    for (std::size_t k = 0; k < count; ++k) {
-        const float want = expected(k);
-        if (want >= 3.0f && std::fabs(widths[k] / m - want) > 0.35f * want) {
+        const float ratio = widths[outerIndex] / (expected(outerIndex) * m);
+        if (ratio < 0.35f || (ratio > 0.7f && ratio < 1.6f)) {
             return;
         }
+        open = true;
     }
     // Contrast between the dark and the light elements' samples.
     float darkSum = 0.0f;
@@ -285,6 +322,9 @@ void PatternScanner::match(std::size_t first, std::size_t count, bool reversed, 
     int darkCount = 0;
     int lightCount = 0;
     for (std::size_t k = 0; k < count; ++k) {
+        if (open && k == outerIndex) {
+            continue;
+        }
         const int lo = static_cast<int>(std::ceil(runStart_[first + k]));
         const int hi = static_cast<int>(std::floor(runStart_[first + k + 1]));
         for (int i = lo; i <= hi && i < static_cast<int>(padded_.size()); ++i) {
@@ -309,10 +349,10 @@ void PatternScanner::match(std::size_t first, std::size_t count, bool reversed, 
         return;
     }
 
-    // Start forwards and stop backwards begin with their outer edge.
-    const bool outerFirst = (count == 8) != reversed;
-    const float outer = outerFirst ? runStart_[first] : runStart_[first + count];
     const float inner = outerFirst ? runStart_[first + count] : runStart_[first];
+    const float width = (count == 8 ? 17.0f : 18.0f) * m;
+    const float outer = open ? (outerFirst ? inner - width : inner + width)
+                             : (outerFirst ? runStart_[first] : runStart_[first + count]);
     PatternHit hit;
     hit.kind = count == 8 ? PatternHit::Start : PatternHit::Stop;
     hit.direction = direction;
