@@ -53,10 +53,12 @@ Point2D OutlineFinder::walkBar(const LineSampler& sampler, const EdgeLine& line,
     };
     cut = false;
     // A hit at the end of the run may lie just off the bar (a scan line that
-    // crossed the symbol's corner): step back onto the bar first.
+    // crossed the symbol's corner) or, placed from the pattern's inner edge,
+    // beyond the frame: step back onto the bar first.
     const float middle = 0.5f * (line.from + line.to);
-    while ((fromT - middle) * direction > 0.0f && inside(sampler.image(), centre(fromT)) &&
-           barGray(sampler, line, offset, halfWidth, fromT) >= threshold) {
+    while ((fromT - middle) * direction > 0.0f &&
+           (!inside(sampler.image(), centre(fromT)) ||
+            barGray(sampler, line, offset, halfWidth, fromT) >= threshold)) {
         fromT -= direction * step;
     }
     float lastDark = fromT;

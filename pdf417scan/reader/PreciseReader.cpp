@@ -106,7 +106,11 @@ bool PreciseReader::decodeGrid(const LineSampler& sampler, const Homography& map
                         reading.ecLevel, out)) {
         return false;
     }
-    setCorners(map, reading, out);
+    // The codewords found say where the symbol is better than the grid that
+    // found them, when that was extrapolated from one side.
+    Homography found;
+    setCorners(GridFitter::refit(sampler_.foundFrom(), sampler_.foundAt(), found) ? found : map,
+               reading, out);
     return true;
 }
 
