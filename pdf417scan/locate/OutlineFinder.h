@@ -55,7 +55,7 @@ private:
 
     // Edges shorter than this many modules get their direction from the
     // pair's rows rather than from their own few hits.
-    static constexpr float SHORT_EDGE = 8.0f;
+    static constexpr float SHORT_EDGE = 16.0f;
 
     // Whether a start and a stop edge bound one symbol; fills pair.
     static bool pairUp(const EdgeLine& start, const EdgeLine& stop, Pair& pair);
