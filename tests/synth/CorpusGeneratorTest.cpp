@@ -72,7 +72,8 @@ TEST(CorpusGenerator, FactorsStayInTheirRangesAndMatchTheSymbol) {
         EXPECT_TRUE(e.rows >= 3 && e.rows <= 90);
         EXPECT_TRUE(e.modulePx > 0.5 && e.modulePx <= 8.0);
         EXPECT_TRUE(e.rowHeight >= 3.0 && e.rowHeight <= 5.0);
-        EXPECT_LE(std::fabs(e.rotation), 10.0);
+        EXPECT_LE(std::fabs(e.rotation), 45.0);
+        EXPECT_TRUE(e.sideRatio >= 1.0 && e.sideRatio <= 2.3) << e.sideRatio;
         EXPECT_TRUE(e.turn == 0 || e.turn == 90 || e.turn == 180 || e.turn == 270);
         EXPECT_TRUE(e.perspective >= 0.0 && e.perspective <= 0.08);
         // The recorded layout is the symbol's: libzint draws it again alike.
