@@ -56,6 +56,14 @@ else()
     set(PDF417SCAN_PC_LIBDIR "\${prefix}/${CMAKE_INSTALL_LIBDIR}")
     set(PDF417SCAN_PC_INCLUDEDIR "\${prefix}/${CMAKE_INSTALL_INCLUDEDIR}")
 endif()
+# An iconv library of its own: a static pdf417scan needs it on every link.
+set(PDF417SCAN_PC_LIBS "")
+set(PDF417SCAN_PC_LIBS_PRIVATE "")
+if(PDF417SCAN_ICONV_LIBRARY AND BUILD_SHARED_LIBS)
+    set(PDF417SCAN_PC_LIBS_PRIVATE " ${Iconv_LIBRARY}")
+elseif(PDF417SCAN_ICONV_LIBRARY)
+    set(PDF417SCAN_PC_LIBS " ${Iconv_LIBRARY}")
+endif()
 configure_file(${PROJECT_SOURCE_DIR}/cmake/pdf417scan.pc.in ${PROJECT_BINARY_DIR}/pdf417scan.pc
     @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/pdf417scan.pc

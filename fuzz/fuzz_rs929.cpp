@@ -1,6 +1,7 @@
-// RS929Decoder::decode on arbitrary words, erasure lists and levels (odd first
-// byte), and on real codewords damaged by chosen errors and erasures (even
-// first byte), where the outcome can be judged against the original.
+// RS929Decoder::decode and RS929Corrector::correct on arbitrary words,
+// erasure lists and levels (odd first byte), and on real codewords damaged by
+// chosen errors and erasures (even first byte), where the outcome can be
+// judged against the original.
 //
 // Arbitrary input: level (byte), erasure count (byte), the erasure positions
 // (32 bits each, any value), then the codewords (16 bits each, 929 and above
@@ -12,6 +13,7 @@
 #include "fuzz/FuzzCheck.h"
 #include "fuzz/FuzzInput.h"
 #include "pdf417scan/ecc/G929Polynomial.h"
+#include "pdf417scan/ecc/RS929Corrector.h"
 #include "pdf417scan/ecc/RS929Decoder.h"
 #include "pdf417scan/ecc/RS929Encoder.h"
 
@@ -37,6 +39,54 @@ bool syndromesZero(const std::vector<G929Value>& word, std::size_t k) {
     return true;
 }
 
+// What the corrector may do with any input: refuse what is not a word, and
+// refuse with the word untouched or return a codeword that differs from the
+// input in `errors` codewords not erased, 2 * errors + erasures within the
+// check codewords. With the original at hand, damage within capacity must
+// come back as the original (a codeword without data is not a word).
+void checkCorrector(const std::vector<std::uint16_t>& received, std::size_t ecCount,
+                    const std::vector<std::uint32_t>& erasures,
+                    const std::vector<G929Value>* original, long errorsMade) {
+    std::vector<std::uint16_t> word = received;
+    pdf417::RS929Corrector corrector;
+    pdf417::RS929Corrector::Result result;
+    const bool ok = corrector.correct(word, ecCount, erasures, result);
+    const std::size_t n = received.size();
+    const std::set<std::uint32_t> erased(erasures.begin(), erasures.end());
+    bool aWord = ecCount > 0 && ecCount < n && n <= 928;
+    for (std::uint32_t e : erased) {
+        aWord = aWord && e < n;
+    }
+    for (std::size_t i = 0; i < n; ++i) {
+        aWord = aWord && (received[i] <= 928 || erased.count(static_cast<std::uint32_t>(i)));
+    }
+    check(aWord || !ok, "the corrector took what is not a word");
+    if (!ok) {
+        check(word == received && result.errors == 0 && result.erasures == 0,
+              "a refusal touched the word");
+        check(!aWord || !original ||
+                  2 * errorsMade + static_cast<long>(erased.size()) > static_cast<long>(ecCount),
+              "the corrector refused damage within capacity");
+        return;
+    }
+    std::vector<G929Value> values;
+    std::size_t changed = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+        check(word[i] <= 928, "a corrected codeword left the field");
+        values.emplace_back(word[i]);
+        changed += !erased.count(static_cast<std::uint32_t>(i)) && word[i] != received[i];
+    }
+    check(syndromesZero(values, ecCount), "the corrector returned a word that is no codeword");
+    check(result.errors == changed && result.erasures == erased.size(),
+          "the corrector's counts are wrong");
+    check(2 * changed + erased.size() <= ecCount, "the corrector went past capacity");
+    if (original &&
+        2 * errorsMade + static_cast<long>(erased.size()) <= static_cast<long>(ecCount)) {
+        check(std::equal(values.begin(), values.end(), original->begin()),
+              "the corrector miscorrected damage within capacity");
+    }
+}
+
 void arbitraryWord(pdf417::fuzz::FuzzInput& in) {
     const unsigned level = in.u8();
     std::vector<unsigned long> positions(in.u8());
@@ -44,9 +94,14 @@ void arbitraryWord(pdf417::fuzz::FuzzInput& in) {
         p = in.u32();
     }
     std::vector<G929Value> word;
+    std::vector<std::uint16_t> raw;
     while (!in.empty() && word.size() < kMaxWords) {
-        word.emplace_back(in.u16());
+        raw.push_back(in.u16());
+        word.emplace_back(raw.back());
     }
+    const std::vector<std::uint32_t> indices(positions.begin(), positions.end());
+    checkCorrector(raw, level <= 8 ? pdf417::RS929Decoder::ec_size[level] : level - 9, indices,
+                   nullptr, 0);
     const std::vector<G929Value> received = word;
     const std::vector<unsigned long> erasures = positions;
 
@@ -112,6 +167,13 @@ void damagedCodeword(pdf417::fuzz::FuzzInput& in) {
         }
     }
     const long erasures = static_cast<long>(erased.size());
+
+    std::vector<std::uint16_t> raw;
+    for (const G929Value& v : word) {
+        raw.push_back(v.value());
+    }
+    const std::vector<std::uint32_t> indices(erased.begin(), erased.end());
+    checkCorrector(raw, k, indices, &original, errors);
 
     pdf417::RS929Decoder decoder;
     const bool ok = decoder.decode(word, positions, level);

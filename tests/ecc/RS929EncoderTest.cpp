@@ -17,6 +17,31 @@ using Poly = std::vector<G929Value>;
 using test::gf;
 using test::syndromesZero;
 
+// The tables are constants: these checks compile only because the compiler
+// can read them, so no static initialiser anywhere can see them unfilled.
+// The constant term of (x - 3)...(x - 3^k), k even, is 3^(k(k+1)/2) and the
+// next-highest coefficient is minus the sum of the roots.
+constexpr bool tableEndsMatch() {
+    for (unsigned level = 0; level < 9; ++level) {
+        const std::size_t k = std::size_t{2} << level;
+        G929Value rootSum;
+        for (std::size_t j = 1; j <= k; ++j) {
+            rootSum += G929Value(3).pow(j);
+        }
+        if (_ec[level][k - 1] != G929Value(3).pow(k * (k + 1) / 2) ||
+            _ec[level][0] != G929Value() - rootSum) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(tableEndsMatch(), "generator tables");
+static_assert(_ecw0[0].value() == 917 && _ecw0[1].value() == 27, "level 0 as PDF417 lists it");
+static_assert(_ecw1[0].value() == 809 && _ecw1[1].value() == 723 && _ecw1[2].value() == 568 &&
+                  _ecw1[3].value() == 522,
+              "level 1 as PDF417 lists it");
+static_assert(_ec[8] == _ecw8.data(), "_ec points at the levels' arrays");
+
 // x^k plus the stored coefficients vanishes exactly at 3^1 .. 3^k, which
 // fixes every coefficient of every level.
 TEST(RS929Encoder, GeneratorTablesHaveTheRightRoots) {

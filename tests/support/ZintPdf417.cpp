@@ -2,6 +2,7 @@
 
 #include <zint.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace pdf417 {
@@ -9,6 +10,11 @@ namespace test {
 
 bool encodePdf417(const std::string& data, const ZintOptions& options, Pdf417Modules& out,
                   std::string* error) {
+    return encodePdf417Segments({{data, options.eci}}, options, out, error);
+}
+
+bool encodePdf417Segments(const std::vector<ZintSegment>& segments, const ZintOptions& options,
+                          Pdf417Modules& out, std::string* error) {
     std::unique_ptr<zint_symbol, void (*)(zint_symbol*)> symbol(ZBarcode_Create(), ZBarcode_Delete);
     if (!symbol) {
         if (error) {
@@ -17,14 +23,26 @@ bool encodePdf417(const std::string& data, const ZintOptions& options, Pdf417Mod
         return false;
     }
     symbol->symbology = BARCODE_PDF417;
-    symbol->input_mode = DATA_MODE;
+    symbol->input_mode = options.utf8 ? UNICODE_MODE : DATA_MODE;
     symbol->option_1 = options.ecLevel;
     symbol->option_2 = options.dataColumns;
     symbol->option_3 = options.rows;
     symbol->warn_level = WARN_FAIL_ALL;
-    const int rc =
-        ZBarcode_Encode(symbol.get(), reinterpret_cast<const unsigned char*>(data.data()),
-                        static_cast<int>(data.size()));
+    if (options.readerInit) {
+        symbol->output_options |= READER_INIT;
+    }
+    if (options.structCount > 0) {
+        symbol->structapp.index = options.structIndex;
+        symbol->structapp.count = options.structCount;
+        const std::size_t idLength = std::min(options.structId.size(), sizeof symbol->structapp.id);
+        std::copy_n(options.structId.begin(), idLength, symbol->structapp.id);
+    }
+    std::vector<zint_seg> segs;
+    for (const ZintSegment& segment : segments) {
+        segs.push_back({reinterpret_cast<unsigned char*>(const_cast<char*>(segment.data.data())),
+                        static_cast<int>(segment.data.size()), segment.eci});
+    }
+    const int rc = ZBarcode_Encode_Segs(symbol.get(), segs.data(), static_cast<int>(segs.size()));
     if (rc >= ZINT_ERROR) {
         if (error) {
             *error = symbol->errtxt;

@@ -1,0 +1,560 @@
+// Messages encoded by libzint, read back from the symbol's bar patterns and
+// decoded, must come back as they were given: bytes, text, ECIs and the Macro
+// PDF417 control block. Streams libzint cannot write are built by hand.
+#include "pdf417scan/reader/MessageDecoder.h"
+
+#include "tests/support/MessageSymbol.h"
+#include "tests/support/Pdf417Codewords.h"
+#include "tests/support/Utf8.h"
+#include "tests/support/ZintPdf417.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+#include <map>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace pdf417 {
+namespace {
+
+using test::MessageKind;
+using test::ZintSegment;
+using Words = std::vector<std::uint16_t>;
+
+// libzint's data codewords (descriptor first, padding included) for the
+// segments; empty when libzint refuses them.
+Words zintWords(const std::vector<ZintSegment>& segments, test::ZintOptions options = {}) {
+    if (options.ecLevel < 0) {
+        options.ecLevel = 2;
+    }
+    test::Pdf417Modules symbol;
+    for (const int columns : {options.dataColumns > 0 ? options.dataColumns : 6, 16, 30}) {
+        options.dataColumns = columns;
+        if (test::encodePdf417Segments(segments, options, symbol)) {
+            return test::symbolDataCodewords(symbol, options.ecLevel);
+        }
+    }
+    return {};
+}
+
+Words zintWords(const std::string& data, test::ZintOptions options = {}) {
+    return zintWords({{data, options.eci}}, options);
+}
+
+bool contains(const Words& words, std::uint16_t c) {
+    return std::find(words.begin() + 1, words.end(), c) != words.end();
+}
+
+std::string bytesOf(const DecodedMessage& m, std::size_t begin, std::size_t end) {
+    return std::string(m.bytes.begin() + static_cast<std::ptrdiff_t>(begin),
+                       m.bytes.begin() + static_cast<std::ptrdiff_t>(end));
+}
+
+std::string bytesOf(const DecodedMessage& m) {
+    return bytesOf(m, 0, m.bytes.size());
+}
+
+void printCounts(const char* test, const std::map<std::string, int>& counts) {
+    for (const auto& [what, count] : counts) {
+        std::printf("%s %s: %d\n", test, what.c_str(), count);
+    }
+}
+
+// Text of every submode, digit runs of every length around the 13 digits
+// from which libzint uses numeric compaction and the 44 of a whole group,
+// bytes of every length from 1 to 40, a byte before text (which libzint
+// writes as a leading byte shift) and mixtures of all.
+TEST(MessageDecoder, CompactionModesRoundTrip) {
+    std::mt19937 rng(15438);
+    const MessageKind kinds[] = {MessageKind::Text, MessageKind::Digits, MessageKind::Bytes};
+    std::map<std::string, int> seen;
+    MessageDecoder decoder;
+    DecodedMessage m;
+    for (int i = 0; i < 1200; ++i) {
+        std::string message;
+        const char* kind = "";
+        switch (i % 5) {
+        case 0:
+            kind = "text";
+            message = test::randomMessage(MessageKind::Text, 1 + rng() % 150, rng);
+            break;
+        case 1:
+            kind = "digits";
+            message = test::randomMessage(MessageKind::Digits, 1 + (i / 5) % 60, rng);
+            if (i % 3 != 0) {
+                message = test::randomMessage(MessageKind::Text, 1 + rng() % 4, rng) + message +
+                          test::randomMessage(MessageKind::Text, rng() % 4, rng);
+            }
+            break;
+        case 2:
+            kind = "bytes";
+            message = test::randomMessage(MessageKind::Bytes, 1 + (i / 5) % 40, rng);
+            break;
+        case 3:
+            kind = "byte then text";
+            message = std::string(1, static_cast<char>(128 + rng() % 128)) +
+                      test::randomMessage(MessageKind::Text, 1 + rng() % 40, rng);
+            break;
+        default:
+            kind = "mixture";
+            for (std::size_t part = 2 + rng() % 4; part > 0; --part) {
+                message += test::randomMessage(kinds[rng() % 3], 1 + rng() % 40, rng);
+            }
+            break;
+        }
+        const Words words = zintWords(message, {0, static_cast<int>(rng() % 4)});
+        ASSERT_FALSE(words.empty()) << i;
+        ASSERT_TRUE(decoder.decode(words.data(), words.size(), m)) << i;
+        EXPECT_EQ(bytesOf(m), message) << i;
+        EXPECT_EQ(m.text, test::latin1ToUtf8(message)) << i;
+        EXPECT_TRUE(m.textComplete && m.ecis.empty() && !m.macro && !m.readerInitialisation) << i;
+        ++seen[kind];
+        for (const std::uint16_t mode : {901, 902, 913, 924}) {
+            seen["with " + std::to_string(mode)] += contains(words, mode);
+        }
+        seen["leading 913"] += words[1] == 913;
+    }
+    for (const auto& [what, least] : std::map<std::string, int>{{"with 901", 100},
+                                                                {"with 902", 100},
+                                                                {"with 913", 100},
+                                                                {"with 924", 40},
+                                                                {"leading 913", 200}}) {
+        EXPECT_GE(seen[what], least) << what;
+    }
+    printCounts("compaction", seen);
+}
+
+// Big5 and Shift JIS have more than one table. libzint reads Big5 with the
+// ETEN extensions (kana, Cyrillic, circled numbers) and a few code points of
+// its own, the platform's iconv without them; libzint writes a backslash in
+// Shift JIS as 0x815F, which iconv reads as the fullwidth reverse solidus.
+// These characters are left out; on all others the two must agree.
+bool tablesDisagree(int eci, char32_t c) {
+    if (eci == 20) {
+        return c == 0x5C;
+    }
+    if (eci == 28) {
+        const char32_t own[] = {0xA2, 0xA3, 0xA5, 0x2022, 0x203E, 0x223C, 0x2609, 0x2641, 0x3005};
+        return std::find(std::begin(own), std::end(own), c) != std::end(own) ||
+               (c >= 0x400 && c <= 0x45F) || (c >= 0x2460 && c <= 0x247D) ||
+               (c >= 0x3041 && c <= 0x30FE);
+    }
+    return false;
+}
+
+// Characters of the ECI's character set, as libzint sees it: candidates from
+// several scripts that libzint accepts under the ECI.
+const std::vector<std::string>& charactersOf(int eci) {
+    static std::map<int, std::vector<std::string>> pools;
+    std::vector<std::string>& pool = pools[eci];
+    if (!pool.empty()) {
+        return pool;
+    }
+    const std::pair<char32_t, char32_t> ranges[] = {
+        {0x20, 0x7E},     {0xA0, 0x17F},    {0x391, 0x3C9},   {0x401, 0x45F},
+        {0x5D0, 0x5EA},   {0x621, 0x64A},   {0xE01, 0xE3A},   {0x2010, 0x2030},
+        {0x20AC, 0x20AC}, {0x2500, 0x2520}, {0x3041, 0x3093}, {0x30A1, 0x30F6},
+        {0x4E00, 0x4E40}, {0x6F22, 0x6F28}, {0xAC00, 0xAC30}, {0x1F600, 0x1F608}};
+    for (const auto& [first, last] : ranges) {
+        for (char32_t c = first; c <= last; ++c) {
+            if (tablesDisagree(eci, c)) {
+                continue;
+            }
+            std::string character;
+            test::appendUtf8(c, character);
+            test::ZintOptions options;
+            options.eci = eci;
+            options.utf8 = true;
+            test::Pdf417Modules symbol;
+            if (test::encodePdf417(character, options, symbol)) {
+                pool.push_back(character);
+            }
+        }
+    }
+    return pool;
+}
+
+std::string randomText(int eci, std::size_t length, std::mt19937& rng) {
+    const std::vector<std::string>& pool = charactersOf(eci);
+    std::string text;
+    for (std::size_t i = 0; i < length && !pool.empty(); ++i) {
+        text += pool[rng() % pool.size()];
+    }
+    return text;
+}
+
+// UTF-8 text given to libzint under an ECI comes back as the same text, with
+// the ECI covering the message; under a character set this build cannot read
+// the bytes stay and the text says so.
+TEST(MessageDecoder, EciRoundTrip) {
+    const int ecis[] = {3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 15, 16, 17, 18, 20,
+                        21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31, 32, 33, 34, 35, 170};
+    std::mt19937 rng(927);
+    std::map<std::string, int> seen;
+    MessageDecoder decoder;
+    EciTextConverter converter;
+    DecodedMessage m;
+    for (const int eci : ecis) {
+        ASSERT_GE(charactersOf(eci).size(), 60u) << eci;
+        for (int i = 0; i < 12; ++i) {
+            const std::string text = randomText(eci, 1 + rng() % 60, rng);
+            test::ZintOptions options;
+            options.eci = eci;
+            options.utf8 = true;
+            const Words words = zintWords(text, options);
+            ASSERT_FALSE(words.empty()) << eci << " " << text;
+            ASSERT_TRUE(decoder.decode(words.data(), words.size(), m)) << eci;
+            ASSERT_EQ(m.ecis.size(), 1u) << eci;
+            EXPECT_EQ(m.ecis[0].eci, eci);
+            EXPECT_EQ(m.ecis[0].begin, 0u);
+            EXPECT_EQ(m.ecis[0].end, m.bytes.size());
+            if (eci == 26) {
+                EXPECT_EQ(bytesOf(m), text);
+            }
+            if (converter.canConvert(eci)) {
+                EXPECT_EQ(m.text, text) << "ECI " << eci;
+                EXPECT_TRUE(m.textComplete);
+                ++seen["converted"];
+            } else {
+                EXPECT_FALSE(m.textComplete);
+                EXPECT_EQ(m.text.find("\xEF\xBF\xBD"), 0u);
+                ++seen["not convertible here"];
+            }
+        }
+    }
+    // ECI numbers beyond one codeword: the bytes stay, read as nothing.
+    for (const int eci : {899, 900, 1000, 810899, 810900, 811799}) {
+        const std::string data = test::randomMessage(MessageKind::Bytes, 1 + rng() % 20, rng);
+        test::ZintOptions options;
+        options.eci = eci;
+        const Words words = zintWords(data, options);
+        ASSERT_TRUE(decoder.decode(words.data(), words.size(), m)) << eci;
+        EXPECT_EQ(bytesOf(m), data);
+        ASSERT_EQ(m.ecis.size(), 1u);
+        EXPECT_EQ(m.ecis[0].eci, eci);
+        EXPECT_FALSE(m.textComplete);
+        EXPECT_TRUE(test::isWellFormedUtf8(m.text));
+        ++seen["large ECI numbers"];
+    }
+    printCounts("eci", seen);
+}
+
+// Several segments under different ECIs, in text, digits and bytes: one range
+// per segment, in order and back to back, each holding its segment's bytes.
+TEST(MessageDecoder, EciSegmentsRoundTrip) {
+    const int ecis[] = {3, 7, 20, 26, 26, 28, 899};
+    std::mt19937 rng(926);
+    std::map<std::string, int> seen;
+    MessageDecoder decoder;
+    EciTextConverter converter;
+    DecodedMessage m;
+    for (int i = 0; i < 150; ++i) {
+        std::vector<ZintSegment> segments(2 + rng() % 3);
+        std::string expected;
+        bool convertible = true;
+        for (ZintSegment& segment : segments) {
+            segment.eci = ecis[rng() % std::size(ecis)];
+            switch (rng() % 3) {
+            case 0:
+                segment.data = test::randomMessage(MessageKind::Digits, 1 + rng() % 30, rng);
+                break;
+            case 1:
+                // Shift JIS has no tilde and reads a backslash as another.
+                segment.data = segment.eci == 20
+                                   ? randomText(segment.eci, 1 + rng() % 20, rng)
+                                   : test::randomMessage(MessageKind::Text, 1 + rng() % 20, rng);
+                break;
+            default:
+                // libzint takes every segment as UTF-8, binary ones too.
+                segment.data =
+                    randomText(segment.eci == 899 ? 26 : segment.eci, 1 + rng() % 12, rng);
+                break;
+            }
+            expected += segment.data;
+            convertible = convertible && segment.eci != 899 && converter.canConvert(segment.eci);
+        }
+        test::ZintOptions options;
+        options.utf8 = true;
+        const Words words = zintWords(segments, options);
+        ASSERT_FALSE(words.empty()) << i;
+        ASSERT_TRUE(decoder.decode(words.data(), words.size(), m)) << i;
+        ASSERT_EQ(m.ecis.size(), segments.size()) << i;
+        std::size_t at = 0;
+        for (std::size_t s = 0; s < segments.size(); ++s) {
+            EXPECT_EQ(m.ecis[s].eci, segments[s].eci) << i;
+            EXPECT_EQ(m.ecis[s].begin, at) << i;
+            EXPECT_GT(m.ecis[s].end, m.ecis[s].begin) << i;
+            if (segments[s].eci == 26 || segments[s].eci == 899) {
+                EXPECT_EQ(bytesOf(m, m.ecis[s].begin, m.ecis[s].end), segments[s].data) << i;
+            }
+            at = m.ecis[s].end;
+        }
+        EXPECT_EQ(at, m.bytes.size());
+        EXPECT_EQ(m.textComplete, convertible) << i;
+        if (convertible) {
+            EXPECT_EQ(m.text, expected) << i;
+        }
+        ++seen[convertible ? "text" : "with binary"];
+        // Data right behind an ECI number: the mode went on through it.
+        for (std::size_t k = 2; k + 2 < words.size(); ++k) {
+            if (words[k] == 927 && words[k + 2] < 900) {
+                ++seen["mode kept through an ECI"];
+                break;
+            }
+        }
+    }
+    printCounts("eci segments", seen);
+}
+
+// libzint's structured append: the segment index, count and file ID come
+// back, the message comes back without the control block, and the last
+// symbol of the sequence says so.
+TEST(MessageDecoder, MacroRoundTrip) {
+    std::mt19937 rng(928);
+    const MessageKind kinds[] = {MessageKind::Text, MessageKind::Digits, MessageKind::Bytes};
+    std::map<std::string, int> seen;
+    MessageDecoder decoder;
+    DecodedMessage m;
+    for (int i = 0; i < 200; ++i) {
+        test::ZintOptions options;
+        options.ecLevel = static_cast<int>(rng() % 4);
+        options.structCount = i % 4 == 0 ? 99999 : static_cast<int>(2 + rng() % 20);
+        options.structIndex =
+            i % 3 == 0 ? options.structCount : 1 + static_cast<int>(rng() % options.structCount);
+        std::string fileId;
+        for (std::size_t triplet = rng() % 6; triplet > 0; --triplet) {
+            char digits[4];
+            std::snprintf(digits, sizeof digits, "%03u", static_cast<unsigned>(rng() % 900));
+            fileId += digits;
+        }
+        options.structId = fileId;
+        options.readerInit = i % 7 == 0;
+        const std::string message = test::randomMessage(kinds[i % 3], 1 + rng() % 60, rng);
+        const Words words = zintWords(message, options);
+        ASSERT_FALSE(words.empty()) << i;
+        ASSERT_TRUE(decoder.decode(words.data(), words.size(), m)) << i;
+        EXPECT_EQ(bytesOf(m), message) << i;
+        ASSERT_TRUE(m.macro.has_value()) << i;
+        EXPECT_EQ(m.macro->segmentIndex, options.structIndex - 1) << i;
+        EXPECT_EQ(m.macro->segmentCount, options.structCount) << i;
+        EXPECT_EQ(m.macro->fileId, fileId) << i;
+        EXPECT_EQ(m.macro->lastSegment, options.structIndex == options.structCount) << i;
+        EXPECT_FALSE(m.macro->fileName || m.macro->timeStamp || m.macro->sender ||
+                     m.macro->addressee || m.macro->fileSize || m.macro->checksum)
+            << i;
+        EXPECT_EQ(m.readerInitialisation, options.readerInit) << i;
+        ++seen[test::kindName(kinds[i % 3])];
+        seen["padding before the block"] +=
+            words[static_cast<std::size_t>(std::find(words.begin(), words.end(), 928) -
+                                           words.begin()) -
+                  1] == 900;
+        seen["last segment"] += m.macro->lastSegment;
+    }
+    printCounts("macro", seen);
+}
+
+// The data codewords libzint writes for `text`, without the descriptor and
+// the padding: a Macro PDF417 field's contents.
+Words fieldWords(const std::string& text) {
+    Words words = zintWords(text);
+    while (words.size() > 1 && words.back() == 900) {
+        words.pop_back();
+    }
+    return Words(words.begin() + 1, words.end());
+}
+
+// A number in numeric compaction: 1 and the digits, in base 900.
+Words numericWords(const std::string& digits) {
+    std::uint64_t value = std::stoull("1" + digits);
+    Words words;
+    for (; value > 0; value /= 900) {
+        words.insert(words.begin(), static_cast<std::uint16_t>(value % 900));
+    }
+    return words;
+}
+
+Words concat(std::initializer_list<Words> parts) {
+    Words all;
+    for (const Words& part : parts) {
+        all.insert(all.end(), part.begin(), part.end());
+    }
+    return all;
+}
+
+// Decodes `data` behind a descriptor that counts it.
+bool decodeData(Words data, DecodedMessage& m) {
+    data.insert(data.begin(), static_cast<std::uint16_t>(data.size() + 1));
+    static MessageDecoder decoder;
+    return decoder.decode(data.data(), data.size(), m);
+}
+
+// The optional fields libzint does not write, built as the standard lays
+// them out: file name, sender and addressee in text compaction, the numbers
+// in numeric compaction without a latch; in any order, the terminator last,
+// padding before or after the block.
+TEST(MessageDecoder, MacroOptionalFields) {
+    const Words message = fieldWords("Quarterly report");
+    const Words header = {928, 111, 102, 17, 42}; // index 2, file ID 017042
+    const Words name = concat({{923, 0}, fieldWords("r\xe9sum\xe9 2024.pdf")});
+    const Words count = concat({{923, 1}, numericWords("00005")});
+    const Words time = concat({{923, 2}, numericWords("1700000000")});
+    const Words sender = concat({{923, 3}, fieldWords("ACME Corp.; Dept. #42")});
+    const Words addressee = concat({{923, 4}, fieldWords("J. Doe <jd@example.org>")});
+    const Words size = concat({{923, 5}, numericWords("123456789")});
+    const Words checksum = concat({{923, 6}, numericWords("51966")});
+    const struct {
+        Words data;
+        bool last;
+    } cases[] = {
+        {concat({message, header, name, count, time, sender, addressee, size, checksum, {922}}),
+         true},
+        {concat(
+             {message, {900, 900}, header, checksum, size, addressee, sender, time, count, name}),
+         false},
+        {concat({message,
+                 header,
+                 name,
+                 count,
+                 time,
+                 sender,
+                 addressee,
+                 size,
+                 checksum,
+                 {922},
+                 {900, 900, 900}}),
+         true},
+        // A latch before the numbers is tolerated.
+        {concat({message,
+                 header,
+                 name,
+                 {923, 1, 902},
+                 numericWords("00005"),
+                 time,
+                 sender,
+                 addressee,
+                 {923, 5, 902},
+                 numericWords("123456789"),
+                 checksum,
+                 {922}}),
+         true},
+    };
+    for (std::size_t i = 0; i < std::size(cases); ++i) {
+        DecodedMessage m;
+        ASSERT_TRUE(decodeData(cases[i].data, m)) << i;
+        EXPECT_EQ(bytesOf(m), "Quarterly report") << i;
+        ASSERT_TRUE(m.macro.has_value()) << i;
+        const MacroPdf417& macro = *m.macro;
+        EXPECT_EQ(macro.segmentIndex, 2) << i;
+        EXPECT_EQ(macro.fileId, "017042") << i;
+        EXPECT_EQ(macro.lastSegment, cases[i].last) << i;
+        EXPECT_EQ(macro.fileName, "r\xc3\xa9sum\xc3\xa9 2024.pdf") << i;
+        EXPECT_EQ(macro.segmentCount, 5) << i;
+        EXPECT_EQ(macro.timeStamp, 1700000000) << i;
+        EXPECT_EQ(macro.sender, "ACME Corp.; Dept. #42") << i;
+        EXPECT_EQ(macro.addressee, "J. Doe <jd@example.org>") << i;
+        EXPECT_EQ(macro.fileSize, 123456789) << i;
+        EXPECT_EQ(macro.checksum, 51966) << i;
+    }
+}
+
+// Streams no conforming encoder writes. What a miscorrected word easily
+// becomes is refused; a malformed ECI or Macro block decodes to what could
+// be read, and never to more.
+TEST(MessageDecoder, MalformedStreams) {
+    const Words ab = {1}; // "AB"
+    for (std::uint16_t c = 903; c <= 923; ++c) {
+        if (c == 913 || c == 921) {
+            continue;
+        }
+        DecodedMessage m;
+        EXPECT_FALSE(decodeData(concat({ab, {c}, ab}), m)) << c;
+        EXPECT_TRUE(m.bytes.empty() && m.text.empty()) << c;
+    }
+    const Words refused[] = {
+        {929},
+        {1, 65535},
+        {902, 0},                                                 // no leading 1
+        {902, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15}, // 2...: no leading 1
+        {902, 899, 899, 899, 899, 899, 899, 899, 899, 899, 899, 899, 899, 899, 899, 899},
+        {913, 256},
+        {913},
+        {913, 900, 1},
+        {901, 1, 300},                     // a single that is no byte
+        {901, 899, 899, 899, 899, 899, 1}, // a group above 2^48 - 1
+        {924, 1, 2, 3, 4, 5, 300},
+    };
+    for (const Words& data : refused) {
+        DecodedMessage m;
+        EXPECT_FALSE(decodeData(data, m)) << testing::PrintToString(data);
+    }
+    MessageDecoder decoder;
+    DecodedMessage m;
+    const std::uint16_t words[] = {3, 1, 2};
+    EXPECT_FALSE(decoder.decode(words, 2, m)); // descriptor above the count
+    EXPECT_FALSE(decoder.decode(words, 0, m));
+    EXPECT_FALSE(decoder.decode(nullptr, 3, m));
+
+    // Read, each to what it holds.
+    const struct {
+        Words data;
+        std::string bytes;
+        std::vector<int> ecis;
+        bool textComplete;
+    } read[] = {
+        {{924, 65, 66}, "AB", {}, true}, // a tail after 924, read as 901 would
+        {{902, 1}, "", {}, true},        // a group of the leading 1 alone
+        {{927}, "", {-1}, true},         // an ECI cut short
+        {{1, 926, 5, 900, 1}, "ABAB", {-1}, false},
+        {{927, 26, 927, 900, 1}, "AB", {26, -1}, false},
+        {{921, 1}, "AB", {}, true},
+    };
+    for (const auto& c : read) {
+        ASSERT_TRUE(decodeData(c.data, m)) << testing::PrintToString(c.data);
+        EXPECT_EQ(bytesOf(m), c.bytes);
+        std::vector<int> ecis;
+        for (const EciRange& range : m.ecis) {
+            ecis.push_back(range.eci);
+        }
+        EXPECT_EQ(ecis, c.ecis);
+        EXPECT_EQ(m.textComplete, c.textComplete);
+        EXPECT_EQ(m.readerInitialisation, c.data[0] == 921);
+    }
+
+    // Macro blocks cut short or garbled: the message stays, the block gives
+    // what it holds.
+    const struct {
+        Words block;
+        int segmentIndex;
+        std::string fileId;
+        std::optional<std::int64_t> segmentCount;
+        bool last;
+    } blocks[] = {
+        {{928}, -1, "", {}, false},
+        {{928, 111}, -1, "", {}, false},
+        {{928, 111, 100, 923}, 0, "", {}, false},
+        {{928, 111, 100, 923, 922}, 0, "", {}, true},
+        {{928, 5, 100, 7, 923, 1, 111, 103}, -1, "007", 3, false},          // index without its 1
+        {{928, 111, 100, 923, 7, 1, 2, 923, 1, 111, 103}, 0, "", 3, false}, // designator 7
+        {{928, 111, 100, 923, 1, 111, 103, 923, 1, 111, 105}, 0, "", 3, false}, // repeated
+        {{928, 111, 100, 905, 1, 923, 1, 111, 103, 928}, 0, "", 3, false},      // unknown inside
+        {{928, 111, 100, 923, 1, 0, 5, 922}, 0, "", {}, true}, // count without its 1
+        {{928, 111, 100, 923, 1, 902}, 0, "", {}, false},
+    };
+    for (const auto& c : blocks) {
+        ASSERT_TRUE(decodeData(concat({ab, c.block}), m)) << testing::PrintToString(c.block);
+        EXPECT_EQ(bytesOf(m), "AB");
+        ASSERT_TRUE(m.macro.has_value());
+        EXPECT_EQ(m.macro->segmentIndex, c.segmentIndex) << testing::PrintToString(c.block);
+        EXPECT_EQ(m.macro->fileId, c.fileId) << testing::PrintToString(c.block);
+        EXPECT_EQ(m.macro->segmentCount, c.segmentCount) << testing::PrintToString(c.block);
+        EXPECT_EQ(m.macro->lastSegment, c.last) << testing::PrintToString(c.block);
+    }
+}
+
+} // namespace
+} // namespace pdf417
