@@ -20,14 +20,25 @@ const char* DesignedMisread::describe(Cause cause) {
     return "unknown";
 }
 
-std::vector<unsigned short> DesignedMisread::dataCodewords(const std::string& input, int columns,
-                                                           int level,
-                                                           const test::StandardFields& fields) {
+const char* DesignedMisread::name(Cause cause) {
+    switch (cause) {
+    case Cause::None:
+        return "none";
+    case Cause::ByteShift:
+        return "byte-shift";
+    case Cause::MacroEci:
+        return "macro-eci";
+    }
+    return "unknown";
+}
+
+std::vector<unsigned short> DesignedMisread::dataCodewords(const std::string& input,
+                                                           const test::ZintOptions& options) {
     test::Pdf417Modules symbol;
-    if (!test::encodeStandardPdf417(input, {columns, level, 0}, fields, symbol)) {
+    if (!test::encodePdf417(input, options, symbol)) {
         return {};
     }
-    return test::symbolDataCodewords(symbol, level);
+    return test::symbolDataCodewords(symbol, options.ecLevel);
 }
 
 DesignedMisread::Cause DesignedMisread::feature(const std::vector<unsigned short>& words) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/support/ZintStandardPdf417.h"
+#include "tests/support/ZintPdf417.h"
 
 #include <string>
 #include <vector>
@@ -24,13 +24,14 @@ enum class Cause {
     MacroEci,  // Macro PDF417, ECI or reader initialisation codewords
 };
 
+// For the report, with its footnote mark; `name` for tables of data.
 const char* describe(Cause cause);
+const char* name(Cause cause);
 
 // The data codewords (length descriptor first, error correction dropped)
-// libzint draws for `input` in `columns` data columns at level `level` with
-// `fields`; empty when libzint refuses.
-std::vector<unsigned short> dataCodewords(const std::string& input, int columns, int level,
-                                          const test::StandardFields& fields);
+// libzint draws for `input` with `options`; empty when libzint refuses.
+std::vector<unsigned short> dataCodewords(const std::string& input,
+                                          const test::ZintOptions& options);
 
 // The rule a symbol's data codewords give the specified decoder occasion to
 // apply: MacroEci when any Macro, ECI or reader initialisation codeword is

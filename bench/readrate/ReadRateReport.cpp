@@ -832,8 +832,8 @@ bool ReadRateReport::writeFrames(const std::string& path) const {
             chainName(r.chain).c_str(), r.read.ms, outcomeName(r.fast.outcome), r.fast.ms,
             outcomeName(r.specified.outcome), r.specified.ms, describe(r.reached), r.stages.detect,
             r.stages.cut, r.stages.sample, r.stages.correct, r.stages.decode, e.messageLength,
-            r.read.gotLength, r.specified.gotLength, DesignedMisread::describe(r.feature),
-            DesignedMisread::describe(r.cause));
+            r.read.gotLength, r.specified.gotLength, DesignedMisread::name(r.feature),
+            DesignedMisread::name(r.cause));
         out << line;
     }
     out.flush();

@@ -130,7 +130,7 @@ std::string mismatchOf(const pdf417::ReadResult& result, const std::string& expe
     if (more->text && result.text != *more->text) {
         return "text: expected " + shown(*more->text) + ", got " + shown(result.text);
     }
-    const int eci = more->symbol.eci;
+    const int eci = more->eci;
     const bool eciRight = eci == 0 ? result.ecis.empty()
                                    : result.ecis.size() == 1 && result.ecis[0].eci == eci &&
                                          result.ecis[0].begin == 0 &&
@@ -139,18 +139,17 @@ std::string mismatchOf(const pdf417::ReadResult& result, const std::string& expe
         return "ECI: expected " + (eci == 0 ? std::string("none") : std::to_string(eci)) +
                " over the message, got " + std::to_string(result.ecis.size()) + " assignments";
     }
-    if (more->symbol.isMacro() != result.macro.has_value()) {
-        return more->symbol.isMacro() ? "Macro PDF417 block missing" : "a Macro block read";
+    if (more->isMacro() != result.macro.has_value()) {
+        return more->isMacro() ? "Macro PDF417 block missing" : "a Macro block read";
     }
     if (result.macro) {
         const pdf417::MacroPdf417& m = *result.macro;
         if (m.segmentIndex != more->segmentIndex() || m.fileId != more->fileId() ||
-            m.segmentCount != std::optional<std::int64_t>(more->symbol.macroCount) ||
+            m.segmentCount != std::optional<std::int64_t>(more->macroCount) ||
             m.lastSegment != more->lastSegment()) {
             return "Macro fields: expected segment " + std::to_string(more->segmentIndex()) +
-                   " of " + std::to_string(more->symbol.macroCount) + ", file ID " +
-                   more->fileId() + ", got segment " + std::to_string(m.segmentIndex) +
-                   ", file ID " + m.fileId;
+                   " of " + std::to_string(more->macroCount) + ", file ID " + more->fileId() +
+                   ", got segment " + std::to_string(m.segmentIndex) + ", file ID " + m.fileId;
         }
     }
     return std::string();
@@ -329,11 +328,12 @@ int main(int argc, char** argv) {
             result.specified.outcome = specified == expected ? Outcome::Read
                                        : specified.empty()   ? Outcome::Missed
                                                              : Outcome::Wrong;
-            const std::string input = more && more->symbol.unicode ? more->input : expected;
-            const pdf417::test::StandardFields fields =
-                more ? more->symbol : pdf417::test::StandardFields();
-            const std::vector<unsigned short> words = pdf417::bench::DesignedMisread::dataCodewords(
-                input, entry.columns, entry.level, fields);
+            const std::string input = more && more->unicode ? more->input : expected;
+            const pdf417::test::ZintOptions options =
+                more ? more->zint(entry.columns, entry.level)
+                     : pdf417::test::ExpectedRead().zint(entry.columns, entry.level);
+            const std::vector<unsigned short> words =
+                pdf417::bench::DesignedMisread::dataCodewords(input, options);
             result.feature = pdf417::bench::DesignedMisread::feature(words);
             result.cause = result.specified.outcome == Outcome::Wrong
                                ? pdf417::bench::DesignedMisread::explain(words, expected, specified)

@@ -8,22 +8,37 @@
 namespace pdf417 {
 namespace test {
 
+ZintOptions ExpectedRead::zint(int columns, int level) const {
+    ZintOptions options;
+    options.dataColumns = columns;
+    options.ecLevel = level;
+    options.eci = eci;
+    options.utf8 = unicode;
+    options.structIndex = macroIndex;
+    options.structCount = macroCount;
+    options.structId = macroId;
+    return options;
+}
+
 bool ExpectedRead::write(const std::string& path) const {
     nlohmann::json json;
     // Byte strings other than UTF-8 would not survive JSON: the input is
     // kept only when it is text, the .msg file holds the bytes.
-    if (symbol.unicode) {
+    if (unicode) {
         json["input"] = input;
     }
-    json["eci"] = symbol.eci;
-    json["unicode"] = symbol.unicode;
+    json["eci"] = eci;
+    json["unicode"] = unicode;
     if (text) {
         json["text"] = *text;
     }
-    if (symbol.isMacro()) {
-        json["macro"] = {{"index", symbol.macroIndex},   {"count", symbol.macroCount},
-                         {"id", symbol.macroId},         {"segment_index", segmentIndex()},
-                         {"file_id", fileId()},          {"segment_count", symbol.macroCount},
+    if (isMacro()) {
+        json["macro"] = {{"index", macroIndex},
+                         {"count", macroCount},
+                         {"id", macroId},
+                         {"segment_index", segmentIndex()},
+                         {"file_id", fileId()},
+                         {"segment_count", macroCount},
                          {"last_segment", lastSegment()}};
     }
     std::ofstream out(path, std::ios::binary);
@@ -65,16 +80,15 @@ bool ExpectedRead::read(const std::string& path, ExpectedRead& out, std::string&
         return true;
     };
     std::string text;
-    bool ok = field(json, "input", parsed.input) && field(json, "eci", parsed.symbol.eci) &&
-              field(json, "unicode", parsed.symbol.unicode) && field(json, "text", text);
+    bool ok = field(json, "input", parsed.input) && field(json, "eci", parsed.eci) &&
+              field(json, "unicode", parsed.unicode) && field(json, "text", text);
     if (json.contains("text")) {
         parsed.text = text;
     }
     if (ok && json.contains("macro")) {
         const nlohmann::json& macro = json["macro"];
-        ok = macro.is_object() && field(macro, "index", parsed.symbol.macroIndex) &&
-             field(macro, "count", parsed.symbol.macroCount) &&
-             field(macro, "id", parsed.symbol.macroId);
+        ok = macro.is_object() && field(macro, "index", parsed.macroIndex) &&
+             field(macro, "count", parsed.macroCount) && field(macro, "id", parsed.macroId);
     }
     if (!ok) {
         error = path + ": a field of the wrong type";

@@ -183,8 +183,6 @@ SymbolRenderer::Frame SymbolRenderer::render(const ModuleGrid& grid, const Optio
         const float bg = static_cast<float>(background);
         const double spread = std::clamp(options.inkSpread, -1.0, 1.0) / 2.0;
         const auto& marks = options.marks;
-        // Faults and marks change shades inside cells: no cell is one colour.
-        const bool wholeCells = spread == 0.0 && !marks;
         // The gray level at a point of the frame.
         const auto shadeAt = [&](double x, double y) -> double {
             const double dw = m[6] * x + m[7] * y + m[8];
@@ -251,6 +249,27 @@ SymbolRenderer::Frame SymbolRenderer::render(const ModuleGrid& grid, const Optio
             }
             return grid.bar(static_cast<int>(col), static_cast<int>(row)) ? ink : paper;
         };
+        // Spread reaches into the neighbouring cells of a row, marks into
+        // whatever lies within their bounds: cells near either are not taken
+        // whole.
+        const auto& bounds = options.marksBounds;
+        const auto wholeCells = [&](long c0, long c1, long r0, long r1) {
+            if (marks && c1 + 1 >= bounds[0] && c0 <= bounds[2] &&
+                (r1 + 1) * rowHeight >= bounds[1] && r0 * rowHeight <= bounds[3]) {
+                return false;
+            }
+            if (spread != 0.0) {
+                const float shade = cellShade(c0 - 1, r0);
+                for (long r = r0; r <= r1; ++r) {
+                    for (long c = c0 - 1; c <= c1 + 1; ++c) {
+                        if (cellShade(c, r) != shade) {
+                            return false;
+                        }
+                    }
+                }
+            }
+            return true;
+        };
         std::vector<Cell> top(static_cast<std::size_t>(x1 - x0 + 1));
         std::vector<Cell> bottom(top.size());
         // Without perspective, (u, v) is linear along a row: step instead of
@@ -290,7 +309,7 @@ SymbolRenderer::Frame SymbolRenderer::render(const ModuleGrid& grid, const Optio
                     r0 = std::min(r0, c.row);
                     r1 = std::max(r1, c.row);
                 }
-                if (wholeCells && valid && c1 - c0 <= 1 && r1 - r0 <= 1) {
+                if (valid && c1 - c0 <= 1 && r1 - r0 <= 1 && wholeCells(c0, c1, r0, r1)) {
                     const float first = cellShade(c0, r0);
                     if (first >= 0.0f && cellShade(c1, r0) == first && cellShade(c0, r1) == first &&
                         cellShade(c1, r1) == first) {

@@ -5,8 +5,9 @@
 namespace pdf417 {
 namespace synth {
 
-int CodewordFootprint::count(const std::function<bool(double u, double v)>& hit,
-                             double step) const {
+int CodewordFootprint::count(
+    const std::function<bool(double u, double v)>& hit, double step,
+    const std::function<bool(double u, double v, double reach)>& near) const {
     const int across = static_cast<int>(std::ceil(17.0 / step));
     const int down = static_cast<int>(std::ceil(rowHeight_ / step));
     int hits = 0;
@@ -14,6 +15,9 @@ int CodewordFootprint::count(const std::function<bool(double u, double v)>& hit,
         for (int j = 0; j < columns_; ++j) {
             const double u0 = 34.0 + 17.0 * j;
             const double v0 = r * rowHeight_;
+            if (near && !near(u0 + 8.5, v0 + rowHeight_ / 2.0, std::hypot(8.5, rowHeight_ / 2.0))) {
+                continue;
+            }
             bool struck = false;
             for (int a = 0; a <= across && !struck; ++a) {
                 for (int d = 0; d <= down && !struck; ++d) {

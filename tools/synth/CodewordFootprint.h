@@ -18,8 +18,11 @@ public:
         : columns_(dataColumns), rows_(rows), rowHeight_(rowHeight) {}
 
     // Codewords that `hit` holds for anywhere, probed every `step` modules
-    // across each codeword, its edges included.
-    int count(const std::function<bool(double u, double v)>& hit, double step = 0.1) const;
+    // across each codeword, its edges included. `near`, when given, tells
+    // from a codeword's centre and half-diagonal whether `hit` may hold
+    // anywhere within; codewords it rules out are not probed.
+    int count(const std::function<bool(double u, double v)>& hit, double step = 0.1,
+              const std::function<bool(double u, double v, double reach)>& near = {}) const;
     // Codewords not wholly inside a width x height frame when the symbol is
     // placed by `place` (symbol modules to frame pixels).
     int outside(const test::Homography& place, int width, int height) const;

@@ -28,7 +28,9 @@ const char* const KINDS[] = {"spread", "shrink", "marker", "stripes", "blob"};
 // (a unit vector).
 double toSegment(Vec2 p, Vec2 c, Vec2 d, double reach) {
     const double along = std::clamp((p.x - c.x) * d.x + (p.y - c.y) * d.y, -reach, reach);
-    return std::hypot(p.x - c.x - along * d.x, p.y - c.y - along * d.y);
+    const double dx = p.x - c.x - along * d.x;
+    const double dy = p.y - c.y - along * d.y;
+    return std::sqrt(dx * dx + dy * dy); // hypot's care for overflow costs here
 }
 
 // One mark over the symbol, shrunk about its centre by `scale` (0, 1] until
@@ -44,13 +46,28 @@ struct Mark {
     double phase2 = 0.0;
     double scale = 1.0;
 
+    // Whether the mark may cover any point within `reach` of (u, v).
+    bool near(double u, double v, double reach) const {
+        const Vec2 p{u, v};
+        for (std::size_t i = 0; i < centres.size(); ++i) {
+            const double distance =
+                kind == 4
+                    ? std::hypot(u - centres[i].x, v - centres[i].y) - 0.7 * width * scale
+                    : toSegment(p, centres[i], directions[i], reaches[i] * scale) - width / 2.0;
+            if (distance <= reach) {
+                return true;
+            }
+        }
+        return false;
+    }
+
     bool covers(double u, double v) const {
         const Vec2 p{u, v};
         for (std::size_t i = 0; i < centres.size(); ++i) {
             if (kind == 4) {
                 const double dx = u - centres[i].x;
                 const double dy = v - centres[i].y;
-                const double distance = std::hypot(dx, dy);
+                const double distance = std::sqrt(dx * dx + dy * dy);
                 // The wobble stays within 40 % of the radius.
                 if (distance > 0.7 * width * scale) {
                     continue;
@@ -148,7 +165,9 @@ bool DamageGenerator::make(std::uint64_t index, CorpusFrame& frame, std::string&
         // Shrink the mark until twice the codewords it reaches fit the check
         // codewords.
         for (int attempt = 0; attempt < 60; ++attempt) {
-            hit = footprint.count([&](double u, double v) { return mark.covers(u, v); });
+            hit = footprint.count(
+                [&](double u, double v) { return mark.covers(u, v); }, 0.1,
+                [&](double u, double v, double reach) { return mark.near(u, v, reach); });
             if (2 * hit <= check) {
                 break;
             }
@@ -157,6 +176,20 @@ bool DamageGenerator::make(std::uint64_t index, CorpusFrame& frame, std::string&
         if (2 * hit > check) {
             error = "no mark small enough for the check codewords";
             return false;
+        }
+        // What the mark may cover, for the renderer to take the rest whole.
+        const double reach = mark.width * (mark.kind == 4 ? 0.7 * mark.scale : 0.5) + 0.01;
+        options.marksBounds = {1e9, 1e9, -1e9, -1e9};
+        for (std::size_t i = 0; i < mark.centres.size(); ++i) {
+            const double along = mark.reaches[i] * mark.scale;
+            for (const double end : {-along, along}) {
+                const Vec2 p{mark.centres[i].x + end * mark.directions[i].x,
+                             mark.centres[i].y + end * mark.directions[i].y};
+                options.marksBounds = {std::min(options.marksBounds[0], p.x - reach),
+                                       std::min(options.marksBounds[1], p.y - reach),
+                                       std::max(options.marksBounds[2], p.x + reach),
+                                       std::max(options.marksBounds[3], p.y + reach)};
+            }
         }
         options.marks = [mark](double u, double v) {
             return mark.covers(u, v) ? (mark.ink ? 1 : 0) : -1;

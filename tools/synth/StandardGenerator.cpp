@@ -1,7 +1,7 @@
 #include "tools/synth/StandardGenerator.h"
 
 #include "tests/support/ModuleGrid.h"
-#include "tests/support/ZintStandardPdf417.h"
+#include "tests/support/ZintPdf417.h"
 #include "tools/synth/CameraLook.h"
 #include "tools/synth/CodewordFootprint.h"
 #include "tools/synth/MessageMaker.h"
@@ -127,8 +127,8 @@ bool StandardGenerator::make(std::uint64_t index, CorpusFrame& frame, std::strin
             return false;
         }
         expected.input = text;
-        expected.symbol.eci = charset.eci;
-        expected.symbol.unicode = true;
+        expected.eci = charset.eci;
+        expected.unicode = true;
         expected.text = text;
         entry.content = charset.name;
         entry.eci = charset.eci;
@@ -136,14 +136,13 @@ bool StandardGenerator::make(std::uint64_t index, CorpusFrame& frame, std::strin
         const auto kind = static_cast<ContentKind>(random.below(CONTENT_KIND_COUNT));
         frame.message = MessageMaker::make(kind, random);
         expected.input = frame.message;
-        expected.symbol.macroCount = 2 + static_cast<int>(random.below(8));
-        expected.symbol.macroIndex =
-            1 +
-            static_cast<int>(random.below(static_cast<std::uint32_t>(expected.symbol.macroCount)));
+        expected.macroCount = 2 + static_cast<int>(random.below(8));
+        expected.macroIndex =
+            1 + static_cast<int>(random.below(static_cast<std::uint32_t>(expected.macroCount)));
         for (int groups = 1 + static_cast<int>(random.below(3)); groups > 0; --groups) {
             char group[8];
             std::snprintf(group, sizeof group, "%03u", random.below(900));
-            expected.symbol.macroId += group;
+            expected.macroId += group;
         }
         expected.text = latin1ToUtf8(frame.message);
         entry.content = "macro";
@@ -159,8 +158,7 @@ bool StandardGenerator::make(std::uint64_t index, CorpusFrame& frame, std::strin
 
     test::Pdf417Modules symbol;
     const auto encode = [&](int columns, test::Pdf417Modules& out, std::string& refusal) {
-        return test::encodeStandardPdf417(expected.input, {columns, level, 0}, expected.symbol, out,
-                                          &refusal);
+        return test::encodePdf417(expected.input, expected.zint(columns, level), out, &refusal);
     };
     if (!Placement::chooseLayout(encode, wantColumns, MAX_COLUMNS, rowHeight, QUIET_ZONE, tilt,
                                  spread, WIDTH, HEIGHT, module, symbol, error)) {
@@ -168,12 +166,11 @@ bool StandardGenerator::make(std::uint64_t index, CorpusFrame& frame, std::strin
     }
     // The expected bytes are what libzint put in the symbol: the converted
     // bytes, given as they are under the same ECI, draw the same symbol.
-    if (expected.symbol.unicode) {
-        test::StandardFields raw = expected.symbol;
-        raw.unicode = false;
+    if (expected.unicode) {
+        test::ZintOptions raw = expected.zint(symbol.dataColumns, level);
+        raw.utf8 = false;
         test::Pdf417Modules same;
-        if (!test::encodeStandardPdf417(frame.message, {symbol.dataColumns, level, 0}, raw, same,
-                                        &error) ||
+        if (!test::encodePdf417(frame.message, raw, same, &error) ||
             same.modules != symbol.modules) {
             error = "libzint and iconv disagree on " + entry.content + ": " + error;
             return false;
