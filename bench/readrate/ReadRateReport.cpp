@@ -110,12 +110,14 @@ std::vector<Factor> factors() {
                         {0, 50, 100, 200, 400, INF},
                         [](const CorpusEntry& e) { return e.rows * e.rowHeight * e.modulePx; }),
                 "symbol-height", {"camera", "crisp"}));
-    list.push_back(plotted(numeric("Angle (degrees clockwise)", camera,
-                                   {0, 45, 90, 135, 180, 225, 270, 315, 360}, angleOf),
+    list.push_back(numeric("Angle (degrees clockwise, ± 22.5)", camera,
+                           {0, 45, 90, 135, 180, 225, 270, 315, 360},
+                           [](const CorpusEntry& e) { return std::fmod(angleOf(e) + 22.5, 360.0); },
+                           {"0", "45", "90", "135", "180", "225", "270", "315"}));
+    list.push_back(plotted(numeric("Angle off the nearest right angle (degrees, either way)",
+                                   camera, {0, 1, 3, 5, 10, 20, 30, INF},
+                                   [](const CorpusEntry& e) { return std::fabs(e.rotation); }),
                            "angle", camera));
-    list.push_back(numeric("Tilt off the nearest right angle (degrees, either way)", camera,
-                           {0, 1, 3, 5, 10, 20, 30, INF},
-                           [](const CorpusEntry& e) { return std::fabs(e.rotation); }));
     list.push_back(plotted(numeric("Perspective (longer over shorter opposite side)", camera,
                                    {1, 1.05, 1.2, 1.4, 1.6, 1.8, INF},
                                    [](const CorpusEntry& e) { return e.sideRatio; }),
@@ -167,8 +169,9 @@ std::vector<Factor> factors() {
                                {"top", "bottom", "left", "right"},
                                [](const CorpusEntry& e) { return e.cutSide; }));
     list.push_back(plotted(
-        numeric("Codewords cut, as a share of the check codewords", {"edge"},
-                {0, 1e-9, 0.25, 0.5, 0.75, 1.01},
+        numeric("Codewords cut, as a share of the check codewords (none: the border takes only "
+                "the quiet zone, or patterns and row indicators)",
+                {"edge"}, {0, 1e-9, 0.25, 0.5, 0.75, 1.01},
                 [](const CorpusEntry& e) {
                     return e.checkCodewords > 0 ? double(e.hitCodewords) / e.checkCodewords : 0.0;
                 },
@@ -183,12 +186,13 @@ std::vector<Factor> factors() {
                             [](const CorpusEntry& e) { return e.damage; }),
                 "damage", {"damage"}));
     list.push_back(plotted(
-        numeric("Damaged codewords, twice their number as a share of the check codewords",
+        numeric("Damaged codewords, twice their number as a share of the check codewords (none: "
+                "spread and shrink)",
                 {"damage"}, {0, 1e-9, 0.25, 0.5, 0.75, 1.01},
                 [](const CorpusEntry& e) {
                     return e.checkCodewords > 0 ? 2.0 * e.hitCodewords / e.checkCodewords : 0.0;
                 },
-                {"none (spread, shrink)", "< 25 %", "25–50 %", "50–75 %", "75–100 %"}),
+                {"none", "< 25 %", "25–50 %", "50–75 %", "75–100 %"}),
         "damage-share", {"damage"}));
     list.push_back(numeric("Ink spread or shrink (change of bar width, modules)", {"damage"},
                            {0.1, 0.2, 0.3, 0.4, 0.5}, [](const CorpusEntry& e) {
@@ -849,7 +853,8 @@ bool ReadRateReport::writePlots(const std::string& dir, bool runGnuplot, std::st
               "set yrange [0:110]\n"
               "set ylabel 'read rate (%)'\n"
               "set grid ytics\n"
-              "set key top left\n";
+              "set key top left\n"
+              "set xtics font ',9'\n";
     for (const std::string& corpus : corpusNames()) {
         for (const Factor& factor : factors()) {
             if (factor.plot.empty() || !appliesTo(factor.plotted, corpus)) {
