@@ -1,7 +1,9 @@
 // Cost of one scanGrayscaleImage call on 1280x720 camera-like frames: a
 // symbol upright, a symbol that only the rotated retry reads, and no symbol
 // (both attempts made). Then the upright frame's cost split by stage, each
-// stage called directly as the reader calls it.
+// stage called directly as the reader calls it; the data codewords decoded
+// by Decoder and by MessageDecoder, and MessageDecoder on a symbol full of
+// ECIs, Shift JIS text and a Macro PDF417 block.
 #include "pdf417scan/api/Barcode2DScanner.h"
 #include "pdf417scan/ecc/G929Value.h"
 #include "pdf417scan/ecc/RS929Decoder.h"
@@ -10,9 +12,11 @@
 #include "pdf417scan/locate/Cutter.h"
 #include "pdf417scan/locate/Detector.h"
 #include "pdf417scan/reader/Decoder.h"
+#include "pdf417scan/reader/MessageDecoder.h"
 #include "pdf417scan/reader/PDF417Reader.h"
 #include "pdf417scan/sampling/MultiTable.h"
 #include "pdf417scan/sampling/Sampler.h"
+#include "tests/support/Pdf417Codewords.h"
 #include "tests/support/SymbolRenderer.h"
 #include "tests/support/ZintPdf417.h"
 
@@ -151,6 +155,12 @@ struct Stages {
         return true;
     }
     bool decodeData() { return pdf417::Decoder::decode(dataWords, bytes); }
+    pdf417::MessageDecoder messageDecoder;
+    pdf417::DecodedMessage decoded;
+    bool decodeMessage() {
+        return messageDecoder.decode(dataWords.data(), dataWords.size(), decoded) &&
+               decoded.text == message();
+    }
 
     // Runs the chain once so that every stage has its input.
     bool prepare() { return detect() && cut() && sample() && correct() && decodeData(); }
@@ -189,6 +199,43 @@ void BM_StageDetectEmptyBothViews(benchmark::State& state) {
     }
 }
 
+// A symbol's worth of segments under four ECIs, one of them read through
+// iconv, in all three compaction modes, with a Macro PDF417 block.
+void BM_MessageDecoderEciMacro(benchmark::State& state) {
+    pdf417::test::ZintOptions options;
+    options.ecLevel = 3;
+    options.dataColumns = 12;
+    options.utf8 = true;
+    options.structIndex = 3;
+    options.structCount = 7;
+    options.structId = "017042123";
+    const std::vector<pdf417::test::ZintSegment> segments = {
+        {"Invoice 2024-06-11, total 1234567890123 EUR; ", 3},
+        {"\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E\xE3\x81\xAE\xE3\x83\x86\xE3\x82\xAD"
+         "\xE3\x82\xB9\xE3\x83\x88 ",
+         20},
+        {"\xC3\xBC\xC3\xB1\xC3\xAE\xC3\xA7\xC3\xB8"
+         "d\xC3\xA9 \xE2\x82\xAC 42 ",
+         26},
+        {"\xD0\x9F\xD1\x80\xD0\xB8\xD0\xB2\xD0\xB5\xD1\x82 000111222333444555", 7}};
+    pdf417::test::Pdf417Modules symbol;
+    if (!pdf417::test::encodePdf417Segments(segments, options, symbol)) {
+        state.SkipWithError("libzint refused the segments");
+        return;
+    }
+    const std::vector<unsigned short> words = pdf417::test::symbolDataCodewords(symbol, 3);
+    pdf417::MessageDecoder decoder;
+    pdf417::DecodedMessage decoded;
+    for (auto _ : state) {
+        if (!decoder.decode(words.data(), words.size(), decoded) || decoded.ecis.size() != 4 ||
+            !decoded.textComplete) {
+            state.SkipWithError("the symbol does not decode");
+            break;
+        }
+    }
+    state.counters["codewords"] = static_cast<double>(words.size());
+}
+
 } // namespace
 
 BENCHMARK(BM_ScanUpright)->Unit(benchmark::kMillisecond);
@@ -207,4 +254,8 @@ BENCHMARK_TEMPLATE(BM_Stage, &Stages::correct)
 BENCHMARK_TEMPLATE(BM_Stage, &Stages::decodeData)
     ->Name("BM_StageDecode")
     ->Unit(benchmark::kMicrosecond);
+BENCHMARK_TEMPLATE(BM_Stage, &Stages::decodeMessage)
+    ->Name("BM_StageDecodeMessage")
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_MessageDecoderEciMacro)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_StageDetectEmptyBothViews)->Unit(benchmark::kMicrosecond);

@@ -327,6 +327,15 @@ int main(int argc, char** argv) {
         roundTrip.u8(3).u8(static_cast<unsigned>(s.ecLevel));
         roundTrip.raw(std::vector<std::uint8_t>(s.message.begin(), s.message.end()));
         ok = writer.write("decoder", roundTrip) && ok;
+        // MessageDecoder: the codewords, and a round trip under an ECI, as
+        // a Macro PDF417 segment (count 3, index 1 + i % 3, file ID 017042).
+        ok = writer.write("decoder", decoderWords(s.data, 4, 0)) && ok;
+        Bytes withOptions;
+        withOptions.u8(5).u8(static_cast<unsigned>(s.ecLevel)).u8(static_cast<unsigned>(i));
+        withOptions.u8(2 | static_cast<unsigned>(i % 2)).u16(1).u16(static_cast<unsigned>(i));
+        withOptions.u8(2).u16(17).u16(42);
+        withOptions.raw(std::vector<std::uint8_t>(s.message.begin(), s.message.end()));
+        ok = writer.write("decoder", withOptions) && ok;
         ok = writer.write("multitable", tableVotes(s)) && ok;
         ok = writer.write("polynomial", polynomials(s)) && ok;
     }
@@ -337,6 +346,25 @@ int main(int argc, char** argv) {
         group.u16(w);
     }
     ok = writer.write("decoder", group) && ok;
+    // Codewords with ECIs and a Macro PDF417 block for MessageDecoder: two
+    // segments under different ECIs, the last of a sequence.
+    {
+        pdf417::test::ZintOptions options;
+        options.ecLevel = 1;
+        options.utf8 = true;
+        options.structIndex = 2;
+        options.structCount = 2;
+        options.structId = "017042";
+        Pdf417Modules modules;
+        if (!pdf417::test::encodePdf417Segments(
+                {{"Gr\xC3\xBC\xC3\x9F", 3}, {"\xD0\x96 1234567890123", 7}}, options, modules)) {
+            std::fprintf(stderr, "libzint could not encode the ECI seed\n");
+            return 1;
+        }
+        ok = writer.write("decoder",
+                          decoderWords(pdf417::test::symbolDataCodewords(modules, 1), 4, 0)) &&
+             ok;
+    }
     // Plain frames: nothing to find, cheap to mutate.
     Bytes blank;
     blank.u16(64).u16(32).u8(0).u8(0).u8(1).raw(std::vector<std::uint8_t>(64 * 32, 200));

@@ -62,8 +62,8 @@ private:
     // Errata as powers of x (position p is index n - 1 - p): the erasures in
     // the order given, then the errors in increasing position.
     std::vector<std::uint16_t> positions_;
-    std::vector<std::uint16_t> syndromes_; // S_1 .. S_k
-    std::vector<std::uint32_t> accumulators_;
+    std::vector<std::uint16_t> syndromes_;    // S_1 .. S_k
+    std::vector<std::uint32_t> accumulators_; // sums per syndrome when checking
     // The errata's points in the evaluation kernel's form, with their
     // squares, and the values of the last evaluation; padded to whole blocks.
     std::vector<std::int16_t> points_;
@@ -75,8 +75,8 @@ private:
     std::vector<std::uint16_t> modified_;       // syndromes with the erasures divided out
     std::vector<std::uint16_t> locator_;        // errors only, from Berlekamp-Massey
     std::vector<std::uint16_t> previous_;       // its correction polynomial
-    std::vector<std::uint16_t> saved_;
-    std::vector<std::uint16_t> combined_; // errors and erasures
+    std::vector<std::uint16_t> saved_;          // the locator before a length change
+    std::vector<std::uint16_t> combined_;       // errors and erasures
     std::vector<std::uint16_t> highFirst_;
     std::vector<std::uint16_t> errataValues_; // per entry of positions_
 };

@@ -30,31 +30,13 @@ int RSDecoder::modbase(int x) {
 
 int RSDecoder::eras_dec_rs(std::vector<int>& data, std::vector<int>& erasures, int erasureCount,
                            int n, int k) {
-    // Every index below stays inside data and the 1024-entry arrays only if
-    // these hold; the classic scheme trusted its caller instead.
-    if (n < 1 || static_cast<std::size_t>(n) != data.size() || k < 1 || k > n || k >= MAX_SIZE ||
-        erasureCount < 0 || erasureCount > k ||
-        static_cast<std::size_t>(erasureCount) > erasures.size()) {
-        erasures.clear();
-        return -1;
-    }
-    // A location u names data[n - u]; 3^928 = 1, so 928 and up alias lower ones.
-    for (int i = 0; i < erasureCount; ++i) {
-        if (erasures[i] < 1 || erasures[i] > n || erasures[i] >= NN) {
-            erasures.clear();
-            return -1;
-        }
-    }
-    // 929 itself passes, as it always has; it is weighted like 1.
-    for (int i = 0; i < n; ++i) {
-        if (data[i] < 0 || data[i] > 929) {
-            erasures.clear();
-            return -1;
-        }
-    }
-
     int loc[MAX_SIZE] = {};
-    const int result = decode(data, erasures, erasureCount, n, k, loc);
+    int result = -1;
+    // Only what would read or write outside data or the working arrays is
+    // refused here; every other input takes the scheme's own course.
+    if (k < MAX_SIZE && (n <= 0 || static_cast<std::size_t>(n) <= data.size())) {
+        result = decode(data, erasures, erasureCount, n, k, loc);
+    }
     if (trace) {
         std::printf("At FINISH \n");
     }
@@ -82,7 +64,16 @@ int RSDecoder::decode(std::vector<int>& data, const std::vector<int>& erasures, 
     int deg_omega = 0;
     bool syn_error = false;
 
-    // Syndromes: symbol data[n - j] weighted by 3^(i*j).
+    // 929 itself passes, as it always has; it is weighted like 1. A negative
+    // symbol has no logarithm to look up.
+    for (int i = 0; i < n; ++i) {
+        if (data[i] > 929 || data[i] < 0) {
+            return -1;
+        }
+    }
+
+    // Syndromes: symbol data[n - j] weighted by 3^(i*j). The exponent is
+    // reduced by 928 before the product, the same power without overflow.
     for (int i = 1; i <= k; ++i) {
         s[i] = 0;
     }
@@ -90,7 +81,7 @@ int RSDecoder::decode(std::vector<int>& data, const std::vector<int>& erasures, 
         if (data[n - j] != 0) {
             const int tmp = Index_of[data[n - j]];
             for (int i = 1; i <= k; ++i) {
-                s[i] = (s[i] + Power_of[modbase(tmp + i * j)]) % 929;
+                s[i] = (s[i] + Power_of[modbase(tmp + i * modbase(j))]) % 929;
             }
         }
     }
@@ -116,6 +107,17 @@ int RSDecoder::decode(std::vector<int>& data, const std::vector<int>& erasures, 
         lambda[i] = 0;
     }
     if (erasureCount > 0) {
+        // The locator's coefficients and the check's registers go up to
+        // index erasureCount; a negative location would index before the
+        // power table.
+        if (erasureCount >= MAX_SIZE || static_cast<std::size_t>(erasureCount) > erasures.size()) {
+            return -1;
+        }
+        for (int i = 0; i < erasureCount; ++i) {
+            if (erasures[i] < 0) {
+                return -1;
+            }
+        }
         lambda[1] = Power_of[modbase(erasures[0])];
         for (int i = 1; i < erasureCount; ++i) {
             const int u = modbase(erasures[i]);
@@ -135,7 +137,8 @@ int RSDecoder::decode(std::vector<int>& data, const std::vector<int>& erasures, 
             reg[i] = Index_of[lambda[i]];
         }
         int found = 0;
-        for (int i = 1; i <= n + k; ++i) {
+        const long long checks = static_cast<long long>(n) + k;
+        for (long long i = 1; i <= checks; ++i) {
             int q = 1;
             for (int j = 1; j <= erasureCount; ++j) {
                 if (reg[j] != A0) {
@@ -157,7 +160,16 @@ int RSDecoder::decode(std::vector<int>& data, const std::vector<int>& erasures, 
     for (int i = 0; i <= k; ++i) {
         b[i] = Index_of[lambda[i]];
     }
-    r = erasureCount;
+    // With a negative erasureCount the iteration starts below r = 1. Such a
+    // step sums over no term, so its discrepancy is 0 and all it does is
+    // shift b up by one. After k + 1 of them b[0..k] are all A0, and further
+    // ones leave that unchanged; nothing else depends on r until r = 1 (the
+    // comparison that reads erasureCount runs for a non-zero discrepancy
+    // only, where r >= 1 keeps r + erasureCount - 1 within int). Starting at
+    // r = -k - 1 at the lowest therefore gives the same state at r = 1 as
+    // counting up from any lower erasureCount, in at most k + 1 steps instead
+    // of up to 2^31.
+    r = erasureCount < -k - 1 ? -k - 1 : erasureCount;
     el = erasureCount;
     while (++r <= k) {
         discr_r = 0;

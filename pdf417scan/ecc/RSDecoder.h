@@ -10,8 +10,9 @@ namespace pdf417 {
 // j = 1..n, and a location l names data[n - l].
 //
 // It reports on standard output: "No errors", an inconsistent erasure
-// locator, a root count that does not match the locator's degree. Its working
-// state is local to each call, so one decoder may serve several threads.
+// locator, a root count that does not match the locator's degree, too many
+// roots, a zero denominator. Its working state is local to each call, so one
+// decoder may serve several threads.
 class RSDecoder {
 public:
     RSDecoder();
@@ -22,11 +23,20 @@ public:
     // Returns the number of corrected locations, 0 when every syndrome is
     // zero, or -1 when the input is refused or the decode fails.
     //
-    // Refused before anything is computed: n other than data.size(), k
-    // outside 1..min(n, 1023), erasureCount outside 0..min(k,
-    // erasures.size()), an erasure location outside 1..min(n, 927), a symbol
-    // below 0 or above 929 (929 itself passes). Refused before any symbol
-    // changes: a root at location 0 (or -1), which names no symbol.
+    // Any n, k, erasureCount and location takes the scheme's course: k of 0
+    // or below (no syndrome) or n of 0 or below (no symbol) prints "No
+    // errors" and returns 0; n may be below data.size(), the rest being no
+    // part of the word; k may exceed n; a negative erasureCount skips the
+    // erasure steps and starts the iteration below 1; a location of 0 or
+    // past n, or more erasures than k, usually fail the erasure locator's
+    // check.
+    //
+    // Refused silently with -1, where the scheme would read or write outside
+    // data or its 1024-entry working arrays: n above data.size(), k above
+    // 1023, a symbol below 0 (and, as the scheme has it, above 929; 929
+    // itself passes); once the erasures are used, erasureCount above 1023 or
+    // above erasures.size() and a negative location. A root at location 0 (or
+    // -1), which names no symbol, fails the decode before any symbol changes.
     int eras_dec_rs(std::vector<int>& data, std::vector<int>& erasures, int erasureCount, int n,
                     int k);
 

@@ -204,6 +204,7 @@ bool appendSingleByte(const std::uint8_t* bytes, std::size_t size, Accept accept
     return complete;
 }
 
+#if PDF417SCAN_HAVE_ICONV
 // How many bytes an unreadable character at `in` spans: a lead byte and its
 // trail in a double-byte set (four bytes for GB 18030's four-byte form), else
 // one.
@@ -246,6 +247,8 @@ bool replacePrivateUse(std::string& out, std::size_t from) {
     }
     return complete;
 }
+
+#endif
 
 bool appendUnreadable(std::size_t size, std::string& out) {
     for (std::size_t i = 0; i < size; ++i) {

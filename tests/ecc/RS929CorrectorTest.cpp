@@ -27,10 +27,12 @@ void* operator new(std::size_t size) {
     }
     std::abort();
 }
-void operator delete(void* p) noexcept {
+// Kept out of line: inlined, GCC sees free() on memory from a new-expression
+// and warns, not knowing that new is malloc here.
+__attribute__((noinline)) void operator delete(void* p) noexcept {
     std::free(p);
 }
-void operator delete(void* p, std::size_t) noexcept {
+__attribute__((noinline)) void operator delete(void* p, std::size_t) noexcept {
     std::free(p);
 }
 
@@ -122,12 +124,14 @@ TEST(RS929Corrector, CorrectsAnyDamageWithinCapacity) {
     RS929Corrector corrector;
     RS929Corrector::Result result;
     const std::size_t odd[] = {1, 3, 5, 12, 100, 333, 927};
-    for (int trial = 0; trial < 1500; ++trial) {
+    for (int trial = 0; trial < 600; ++trial) {
         const std::size_t k = trial % 4 == 3 ? odd[rng() % 7] : _ecs[trial % 9];
         const std::size_t n = trial % 10 == 0 ? 928 : k + 1 + rng() % (928 - k);
         const Word original = makeCodeword(rng, n, k);
-        ASSERT_TRUE(isCodeword(original, k));
-        for (int round = 0; round < 4; ++round) {
+        if (trial % 4 == 3) {
+            ASSERT_TRUE(isCodeword(original, k)); // the encoder's are tested on their own
+        }
+        for (int round = 0; round < 8; ++round) {
             std::size_t erased = rng() % (k + 1);
             std::size_t errors = rng() % ((k - erased) / 2 + 1);
             if (round == 0) {

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstdio>
 #include <random>
 #include <set>
@@ -77,39 +78,98 @@ TEST(RSDecoder, Contract) {
     EXPECT_TRUE(erasures.empty());
     EXPECT_EQ(data, original);
 
-    // Refused before anything is computed or printed.
-    struct Bad {
+    // Erasures are used only past the syndromes: on a correct word not even
+    // a location that could index nothing matters.
+    erasures = {-3};
+    EXPECT_EQ(decodeCapturing(decoder, data, erasures, 5, 50, 8, out), 0);
+    EXPECT_EQ(out, "No errors \n");
+
+    std::vector<int> damaged = original;
+    damaged[10] = (damaged[10] + 7) % 929;
+
+    // Refused silently with nothing changed: symbols above 929, and what
+    // would read or write outside data or the working arrays.
+    struct Refused {
+        const char* what;
         int erasureCount, n, k;
         std::vector<int> erasures;
         int symbol;
     };
-    const Bad refused[] = {{0, 50, 8, {}, 930},
-                           {0, 50, 8, {}, -1},
-                           {0, 49, 8, {}, 0},
-                           {0, 51, 8, {}, 0},
-                           {0, 50, 0, {}, 0},
-                           {0, 50, 51, {}, 0},
-                           {-1, 50, 8, {}, 0},
-                           {2, 50, 8, {5}, 0},
-                           {1, 50, 8, {0}, 0},
-                           {1, 50, 8, {-3}, 0},
-                           {1, 50, 8, {51}, 0},
-                           {1, 50, 8, {928}, 0},
-                           {9, 50, 8, {1, 2, 3, 4, 5, 6, 7, 8, 9}, 0}};
-    for (const Bad& bad : refused) {
-        data = original;
-        data[10] = bad.symbol == 0 ? data[10] : bad.symbol;
+    const Refused refused[] = {
+        {"a symbol of 930", 0, 50, 8, {}, 930},
+        {"a negative symbol", 0, 50, 8, {}, -1},
+        {"n past the data", 0, 51, 8, {}, 0},
+        {"k past the arrays", 0, 50, 1024, {}, 0},
+        {"fewer erasures than counted", 2, 50, 8, {5}, 0},
+        {"a negative location", 2, 50, 8, {5, -3}, 0},
+        {"more erasures than the arrays hold", 1024, 50, 8, std::vector<int>(1024, 5), 0},
+    };
+    for (const Refused& bad : refused) {
+        data = damaged;
+        data[20] = bad.symbol == 0 ? data[20] : bad.symbol;
         const std::vector<int> before = data;
         erasures = bad.erasures;
-        EXPECT_EQ(decodeCapturing(decoder, data, erasures, bad.erasureCount, bad.n, bad.k, out),
-                  -1);
-        EXPECT_EQ(out, "");
-        EXPECT_EQ(data, before);
-        EXPECT_TRUE(erasures.empty());
+        EXPECT_EQ(decodeCapturing(decoder, data, erasures, bad.erasureCount, bad.n, bad.k, out), -1)
+            << bad.what;
+        EXPECT_EQ(out, "") << bad.what;
+        EXPECT_EQ(data, before) << bad.what;
+        EXPECT_TRUE(erasures.empty()) << bad.what;
     }
     std::vector<int> big(2000, 0);
     EXPECT_EQ(decodeCapturing(decoder, big, erasures, 0, 2000, 1024, out), -1);
 
+    // Everything else takes the scheme's course. No syndrome at all (k or n
+    // of 0 or below) means no error.
+    const int noSyndromes[][2] = {{50, 0}, {50, -5}, {0, 8}, {-3, 8}};
+    for (const auto& nk : noSyndromes) {
+        data = damaged;
+        erasures = {5};
+        EXPECT_EQ(decodeCapturing(decoder, data, erasures, 1, nk[0], nk[1], out), 0);
+        EXPECT_EQ(out, "No errors \n");
+        EXPECT_EQ(data, damaged);
+        EXPECT_TRUE(erasures.empty());
+    }
+
+    // n below data.size(): the symbols past n are not part of the word.
+    data = damaged;
+    data.insert(data.end(), {930, -7, 5});
+    EXPECT_EQ(decodeCapturing(decoder, data, erasures, 0, 50, 8, out), 1);
+    EXPECT_EQ(erasures, std::vector<int>{40});
+    EXPECT_EQ(std::vector<int>(data.begin(), data.begin() + 50), original);
+    EXPECT_EQ(std::vector<int>(data.begin() + 50, data.end()), (std::vector<int>{930, -7, 5}));
+
+    // Location u has its locator root at 3^(464 - u): for 0, 928 (the same
+    // power), 51 past the word and any of 1..9 that lies past n + k = 58, so
+    // the check of the locator fails, as it does for nine erasures with k = 8.
+    const std::vector<int> wrongLocations[] = {{0}, {928}, {51}, {1, 2, 3, 4, 5, 6, 7, 8, 9}};
+    for (const std::vector<int>& locations : wrongLocations) {
+        data = damaged;
+        erasures = locations;
+        EXPECT_EQ(decodeCapturing(decoder, data, erasures, static_cast<int>(locations.size()), 50,
+                                  8, out),
+                  -1);
+        EXPECT_EQ(out, "\n lambda(x) is WRONG\n");
+        EXPECT_EQ(data, damaged);
+        EXPECT_TRUE(erasures.empty());
+    }
+
+    // k above n: one wrong symbol in the zero word is still one error.
+    data.assign(50, 0);
+    data[20] = 77;
+    EXPECT_EQ(decodeCapturing(decoder, data, erasures, 0, 50, 51, out), 1);
+    EXPECT_EQ(erasures, std::vector<int>{30});
+    EXPECT_EQ(data, std::vector<int>(50, 0));
+
+    // n so large that i * j would leave int: symbol data[0] is weighted by
+    // 3^(i n) = 3^(i (n mod 928)), so it reads as an error at location
+    // n mod 928, which is where the correction goes.
+    const int huge = 2200001;
+    data.assign(huge, 0);
+    data[0] = 5;
+    EXPECT_EQ(decodeCapturing(decoder, data, erasures, 0, huge, 1023, out), 1);
+    EXPECT_EQ(erasures, std::vector<int>{huge % 928});
+    EXPECT_EQ(data[huge - huge % 928], 924);
+    EXPECT_EQ(data[0], 5);
     // 929 passes the input check. The syndromes weigh it like 1 and the
     // correction like 0, so the symbol comes back one below its value.
     data = original;
@@ -117,6 +177,36 @@ TEST(RSDecoder, Contract) {
     EXPECT_EQ(decodeCapturing(decoder, data, erasures, 0, 50, 8, out), 1);
     EXPECT_EQ(erasures, std::vector<int>{50 - 7});
     EXPECT_EQ(data[7], (original[7] + 928) % 929);
+}
+
+// A negative erasureCount skips the erasure steps and starts the iteration
+// at r = erasureCount. The steps up to r = 0 only shift b; from k of them on,
+// b holds no term the iteration reads, the locator stays 1 and the word comes
+// back as it was with 0, silently. The lowest counts run bounded: the same
+// outcome, at once.
+TEST(RSDecoder, NegativeErasureCount) {
+    std::mt19937 rng(4);
+    RSDecoder decoder;
+    std::string out;
+    std::vector<int> erasures;
+    const std::vector<int> original = randomCodeword(rng, 2, 50);
+    std::vector<int> data = original;
+    EXPECT_EQ(decodeCapturing(decoder, data, erasures, -5, 50, 8, out), 0);
+    EXPECT_EQ(out, "No errors \n");
+
+    std::vector<int> damaged = original;
+    damaged[10] = (damaged[10] + 7) % 929;
+    for (const int count : {-8, -9, -10, -500, INT_MIN + 1, INT_MIN}) {
+        data = damaged;
+        erasures = {4};
+        EXPECT_EQ(decodeCapturing(decoder, data, erasures, count, 50, 8, out), 0) << count;
+        EXPECT_EQ(out, "") << count;
+        EXPECT_EQ(data, damaged) << count;
+        EXPECT_TRUE(erasures.empty()) << count;
+    }
+    // With fewer shifts b still reaches the locator: no longer the same.
+    data = damaged;
+    EXPECT_NE(decodeCapturing(decoder, data, erasures, -1, 50, 8, out), 0);
 }
 
 // Errors alone. Locations are RS929Decoder positions plus one. RSDecoder
@@ -324,10 +414,11 @@ TEST(RSDecoder, ArbitraryInputStaysInBounds) {
             ASSERT_LE(result, std::max(k, 0));
             ASSERT_EQ(erasures.size(), static_cast<std::size_t>(std::max(result, 0)));
             outcomes[std::min(result, 2) + 1]++;
+            // Location l names data[n - l]; nothing past n is part of the word.
             for (int i = 0; i < size; ++i) {
                 if (data[i] != before[i]) {
-                    ASSERT_NE(std::find(erasures.begin(), erasures.end(), size - i),
-                              erasures.end());
+                    ASSERT_LT(i, n);
+                    ASSERT_NE(std::find(erasures.begin(), erasures.end(), n - i), erasures.end());
                 }
             }
         }

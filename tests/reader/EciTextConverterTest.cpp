@@ -8,7 +8,6 @@
 
 #include <random>
 #include <string>
-#include <vector>
 
 namespace pdf417 {
 namespace {
@@ -39,17 +38,6 @@ Converted convert(int eci, const std::string& bytes) {
     return c;
 }
 
-// A random scalar value, now and then one that UTF-8 and UTF-16 need the most
-// room for.
-char32_t randomScalar(std::mt19937& rng) {
-    for (;;) {
-        const char32_t c = rng() % 4 == 0 ? 0x10000 + rng() % 0x100000 : rng() % 0x10000;
-        if (c < 0xD800 || c > 0xDFFF) {
-            return c;
-        }
-    }
-}
-
 // The built-in table against the platform's own (glibc's iconv in the test
 // environment, whether or not the library uses it).
 TEST(EciTextConverter, CodePage437MatchesThePlatformTable) {
@@ -75,17 +63,10 @@ TEST(EciTextConverter, CodePage437MatchesThePlatformTable) {
     iconv_close(cd);
 }
 
+// Well-formed text, from every script and plane, is read in the ECI 26
+// round trip through libzint; here what no encoder writes.
 TEST(EciTextConverter, Utf8IsCheckedNotTrusted) {
     std::mt19937 rng(26);
-    for (int i = 0; i < 2000; ++i) {
-        std::string text;
-        for (std::size_t n = rng() % 20; n > 0; --n) {
-            test::appendUtf8(randomScalar(rng), text);
-        }
-        const Converted c = convert(26, text);
-        ASSERT_EQ(c.text, text);
-        ASSERT_TRUE(c.complete);
-    }
     // Overlong forms, surrogates, values past U+10FFFF, stray and cut-short
     // sequences: one U+FFFD for each maximal ill-formed part.
     const std::pair<std::string, std::string> illFormed[] = {
@@ -118,40 +99,9 @@ TEST(EciTextConverter, Utf8IsCheckedNotTrusted) {
     }
 }
 
-TEST(EciTextConverter, Utf16And32InBothByteOrders) {
-    std::mt19937 rng(25);
-    for (int i = 0; i < 500; ++i) {
-        std::string text;
-        std::vector<char32_t> scalars(rng() % 10);
-        std::string utf16be, utf16le, utf32be, utf32le;
-        auto put = [](std::string& s, std::uint32_t v, int bytes, bool bigEndian) {
-            for (int k = 0; k < bytes; ++k) {
-                const int shift = 8 * (bigEndian ? bytes - 1 - k : k);
-                s += static_cast<char>(v >> shift & 0xFF);
-            }
-        };
-        for (char32_t& c : scalars) {
-            c = randomScalar(rng);
-            test::appendUtf8(c, text);
-            for (const bool be : {true, false}) {
-                std::string& utf16 = be ? utf16be : utf16le;
-                if (c < 0x10000) {
-                    put(utf16, c, 2, be);
-                } else {
-                    put(utf16, 0xD800 + ((c - 0x10000) >> 10), 2, be);
-                    put(utf16, 0xDC00 + ((c - 0x10000) & 0x3FF), 2, be);
-                }
-                put(be ? utf32be : utf32le, c, 4, be);
-            }
-        }
-        const std::pair<int, const std::string&> encodings[] = {
-            {25, utf16be}, {33, utf16le}, {34, utf32be}, {35, utf32le}};
-        for (const auto& [eci, bytes] : encodings) {
-            const Converted c = convert(eci, bytes);
-            ASSERT_EQ(c.text, text) << eci;
-            ASSERT_TRUE(c.complete);
-        }
-    }
+// Both byte orders of both, surrogate pairs among them, are read in the ECI
+// round trip through libzint; here the ill-formed.
+TEST(EciTextConverter, IllFormedUtf16And32) {
     const std::pair<int, std::string> illFormed[] = {
         {25, std::string("\xD8\x00\x00\x41", 4)}, // a high surrogate alone
         {33, std::string("\x00\xDC", 2)},         // a low one alone

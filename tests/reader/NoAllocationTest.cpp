@@ -7,12 +7,14 @@
 #include "pdf417scan/imaging/Image.h"
 #include "pdf417scan/locate/Cutter.h"
 #include "pdf417scan/locate/Detector.h"
+#include "pdf417scan/reader/MessageDecoder.h"
 #include "pdf417scan/sampling/CodeWordRecognizer.h"
 #include "tests/support/MessageSymbol.h"
 #include "tests/support/ModuleLineRenderer.h"
 #include "tests/support/Pdf417Codewords.h"
 #include "tests/support/RandomCodewords.h"
 #include "tests/support/SymbolRenderer.h"
+#include "tests/support/ZintPdf417.h"
 
 #include <gtest/gtest.h>
 
@@ -154,6 +156,35 @@ TEST(RS929DecoderAllocation, NoAllocationAfterTheFirstCall) {
             EXPECT_EQ(call == 0 ? 0 : count, 0) << "level " << level << " call " << call;
         }
     }
+}
+
+// Decoding a message again into the same output reuses its storage: ECIs
+// (one read through iconv, whose descriptor stays open), all three modes and
+// a Macro PDF417 block.
+TEST(MessageDecoderAllocation, NoneOnceTheOutputHasGrown) {
+    test::ZintOptions options;
+    options.ecLevel = 2;
+    options.dataColumns = 10;
+    options.utf8 = true;
+    options.structIndex = 2;
+    options.structCount = 5;
+    options.structId = "123456";
+    test::Pdf417Modules symbol;
+    ASSERT_TRUE(test::encodePdf417Segments({{"Total: 12345678901234567 EUR", 3},
+                                            {"\xE6\x97\xA5\xE6\x9C\xAC", 20},
+                                            {"gr\xC3\xBC\xC3\x9F", 26}},
+                                           options, symbol));
+    const std::vector<unsigned short> words = test::symbolDataCodewords(symbol, 2);
+    MessageDecoder decoder;
+    DecodedMessage out;
+    bool ok = false;
+    const auto decode = [&] { ok = decoder.decode(words.data(), words.size(), out); };
+    EXPECT_GT(allocationsDuring(decode), 0);
+    ASSERT_TRUE(ok);
+    ASSERT_EQ(out.ecis.size(), 3u);
+    ASSERT_TRUE(out.macro.has_value());
+    EXPECT_EQ(allocationsDuring(decode), 0);
+    EXPECT_TRUE(ok);
 }
 
 } // namespace
