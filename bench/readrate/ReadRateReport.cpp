@@ -31,6 +31,7 @@ struct Factor {
     std::function<int(const CorpusEntry&)> bucket;
     std::string plot; // file name part; empty: not drawn
     std::vector<std::string> plotted;
+    std::string axis; // the plot's x axis
 };
 
 std::string number(double value) {
@@ -63,7 +64,7 @@ Factor numeric(std::string name, std::vector<std::string> corpora, std::vector<d
         }
         return -1;
     };
-    return Factor{std::move(name), std::move(corpora), std::move(labels), bucket, "", {}};
+    return Factor{std::move(name), std::move(corpora), std::move(labels), bucket, "", {}, ""};
 }
 
 Factor categorical(std::string name, std::vector<std::string> corpora,
@@ -73,12 +74,14 @@ Factor categorical(std::string name, std::vector<std::string> corpora,
         const auto it = std::find(labels.begin(), labels.end(), value(e));
         return it == labels.end() ? -1 : static_cast<int>(it - labels.begin());
     };
-    return Factor{std::move(name), std::move(corpora), std::move(labels), bucket, "", {}};
+    return Factor{std::move(name), std::move(corpora), std::move(labels), bucket, "", {}, ""};
 }
 
-Factor plotted(Factor factor, std::string plot, std::vector<std::string> corpora) {
+Factor plotted(Factor factor, std::string plot, std::vector<std::string> corpora,
+               std::string axis) {
     factor.plot = std::move(plot);
     factor.plotted = std::move(corpora);
+    factor.axis = std::move(axis);
     return factor;
 }
 
@@ -104,12 +107,13 @@ std::vector<Factor> factors() {
     std::vector<Factor> list;
     list.push_back(plotted(numeric("Module size (pixels)", all, {0, 1.5, 2, 2.5, 3, 4, 5, 6.5, INF},
                                    [](const CorpusEntry& e) { return e.modulePx; }),
-                           "module-size", {"camera", "crisp", "edge", "damage"}));
+                           "module-size", {"camera", "crisp", "edge", "damage"},
+                           "module size (pixels)"));
     list.push_back(
         plotted(numeric("Symbol height (pixels: rows × row height × module)", all,
                         {0, 50, 100, 200, 400, INF},
                         [](const CorpusEntry& e) { return e.rows * e.rowHeight * e.modulePx; }),
-                "symbol-height", {"camera", "crisp"}));
+                "symbol-height", {"camera", "crisp"}, "symbol height (pixels)"));
     list.push_back(numeric("Angle (degrees clockwise, ± 22.5)", camera,
                            {0, 45, 90, 135, 180, 225, 270, 315, 360},
                            [](const CorpusEntry& e) { return std::fmod(angleOf(e) + 22.5, 360.0); },
@@ -117,15 +121,15 @@ std::vector<Factor> factors() {
     list.push_back(plotted(numeric("Angle off the nearest right angle (degrees, either way)",
                                    camera, {0, 1, 3, 5, 10, 20, 30, INF},
                                    [](const CorpusEntry& e) { return std::fabs(e.rotation); }),
-                           "angle", camera));
+                           "angle", camera, "angle off the nearest right angle (degrees)"));
     list.push_back(plotted(numeric("Perspective (longer over shorter opposite side)", camera,
                                    {1, 1.05, 1.2, 1.4, 1.6, 1.8, INF},
                                    [](const CorpusEntry& e) { return e.sideRatio; }),
-                           "perspective", camera));
+                           "perspective", camera, "longer over shorter opposite side"));
     list.push_back(plotted(
         numeric("Blur (Gaussian sigma, modules)", {"camera", "edge", "damage", "standard"},
                 {0, 0.1, 0.2, 0.3, 0.4, INF}, [](const CorpusEntry& e) { return e.blurModules; }),
-        "blur", camera));
+        "blur", camera, "blur (Gaussian sigma, modules)"));
     list.push_back(numeric("Noise (sigma, gray levels)", camera, {0, 3, 6, 9, INF},
                            [](const CorpusEntry& e) { return e.noise; }));
     list.push_back(categorical("Mirrored", camera, {"no", "yes"},
@@ -176,7 +180,7 @@ std::vector<Factor> factors() {
                     return e.checkCodewords > 0 ? double(e.hitCodewords) / e.checkCodewords : 0.0;
                 },
                 {"none (quiet zone or patterns only)", "< 25 %", "25–50 %", "50–75 %", "75–100 %"}),
-        "cut", {"edge"}));
+        "cut", {"edge"}, "codewords cut, share of the check codewords"));
     list.push_back(numeric("Depth of the cut (modules into the symbol)", {"edge"},
                            {0, 1e-9, 5, 17, 34, 60, INF},
                            [](const CorpusEntry& e) { return e.cutModules; },
@@ -184,7 +188,7 @@ std::vector<Factor> factors() {
     list.push_back(
         plotted(categorical("Damage", {"damage"}, {"spread", "shrink", "marker", "stripes", "blob"},
                             [](const CorpusEntry& e) { return e.damage; }),
-                "damage", {"damage"}));
+                "damage", {"damage"}, "damage"));
     list.push_back(plotted(
         numeric("Damaged codewords, twice their number as a share of the check codewords (none: "
                 "spread and shrink)",
@@ -193,7 +197,7 @@ std::vector<Factor> factors() {
                     return e.checkCodewords > 0 ? 2.0 * e.hitCodewords / e.checkCodewords : 0.0;
                 },
                 {"none", "< 25 %", "25–50 %", "50–75 %", "75–100 %"}),
-        "damage-share", {"damage"}));
+        "damage-share", {"damage"}, "twice the damaged codewords, share of the check codewords"));
     list.push_back(numeric("Ink spread or shrink (change of bar width, modules)", {"damage"},
                            {0.1, 0.2, 0.3, 0.4, 0.5}, [](const CorpusEntry& e) {
                                return e.damage == "spread" || e.damage == "shrink" ? e.damageAmount
@@ -881,11 +885,11 @@ bool ReadRateReport::writePlots(const std::string& dir, bool runGnuplot, std::st
                 error = "cannot write " + data;
                 return false;
             }
-            std::string title = factor.name;
-            std::replace(title.begin(), title.end(), '\'', ' ');
+            std::string axis = factor.axis;
+            std::replace(axis.begin(), axis.end(), '\'', ' ');
             script << "set output " << gnuplotQuoted(dir + "/" + plotFile(corpus, factor.plot))
-                   << "\nset xlabel '" << title << " (frames)'\n"
-                   << "set title '" << corpus << ": read rate by " << title << "'\n"
+                   << "\nset xlabel '" << axis << " (frames in the bucket)'\n"
+                   << "set title '" << corpus << ": read rate by " << axis << "'\n"
                    << "plot " << gnuplotQuoted(data)
                    << " using 3:xtic(1) title 'pdf417::read' lc rgb '#4a7ebb', '' using 4 title "
                       "'specified entry' lc rgb '#bbbbbb'\n";
