@@ -11,8 +11,15 @@ BENCH_PACKAGES := gnuplot-nox
 # The fuzz targets build with clang and libFuzzer.
 FUZZ_PACKAGES := clang libclang-rt-14-dev
 ENSURE := bash scripts/ensure-packages.sh
-# The default corpus: seed 1, 500 frames at 1280x720 and 100 at 1920x1080.
-CORPUS := corpus/seed1
+# The benchmark's corpora, each seed 1, in corpus/<name>/: camera (500 frames at
+# 1280x720 and 100 at 1920x1080), crisp, edge, damage, standard and empty.
+CORPORA := camera crisp edge damage standard empty
+FRAMES_camera := --frames 500 --frames-1080 100
+FRAMES_crisp := --frames 300
+FRAMES_edge := --frames 200
+FRAMES_damage := --frames 150
+FRAMES_standard := --frames 200
+FRAMES_empty := --frames 200
 
 # `make fuzz` runs every fuzz target this long, one after the other.
 FUZZ_SECONDS ?= 60
@@ -38,18 +45,18 @@ demo: deps
 	cmake --build --preset release -j $(JOBS) --target pdf417scan_cli
 	@build/release/tools/pdf417scan samples/*.png
 
-# Read rate and speed over the default corpus, generated into the git-ignored
-# corpus/ when missing; report and plots go to build/bench/.
+# Read rate and speed over every corpus, generated into the git-ignored corpus/
+# when missing (two at a time); report and plots go to build/bench/.
 bench: build
 	@$(ENSURE) $(BENCH_PACKAGES)
-	@$(MAKE) --no-print-directory $(CORPUS)/index.tsv
-	build/release/bench/readrate --corpus $(CORPUS) --out build/bench
+	@$(MAKE) --no-print-directory -j $(JOBS) $(CORPORA:%=corpus/%/index.tsv)
+	build/release/bench/readrate $(CORPORA:%=--corpus corpus/%) --out build/bench
 
-# The corpus is deterministic; it is made again whenever synth was rebuilt, so
-# it never lags behind the generator.
-$(CORPUS)/index.tsv: build/release/tools/synth/synth
-	rm -rf $(CORPUS)
-	$< --out $(CORPUS) --seed 1 --frames 500 --frames-1080 100
+# The corpora are deterministic; each is made again whenever synth was rebuilt,
+# so none lags behind the generator.
+corpus/%/index.tsv: build/release/tools/synth/synth
+	rm -rf corpus/$*
+	$< --kind $* --out corpus/$* --seed 1 $(FRAMES_$*)
 
 sanitize: deps
 	cmake --preset sanitize

@@ -27,7 +27,11 @@ struct Field {
 const Field FIELDS[] = {
     {"image", &CorpusEntry::image},
     {"message", &CorpusEntry::message},
+    {"expect", &CorpusEntry::expect},
+    {"corpus", &CorpusEntry::corpus},
     {"content", &CorpusEntry::content},
+    {"damage", &CorpusEntry::damage},
+    {"cut_side", &CorpusEntry::cutSide},
     {"width", &CorpusEntry::width},
     {"height", &CorpusEntry::height},
     {"message_length", &CorpusEntry::messageLength},
@@ -49,6 +53,17 @@ const Field FIELDS[] = {
     {"vignette", &CorpusEntry::vignette},
     {"jpeg", &CorpusEntry::jpegQuality},
     {"fits", &CorpusEntry::fits},
+    {"mirrored", &CorpusEntry::mirrored},
+    {"side_ratio", &CorpusEntry::sideRatio},
+    {"quiet_zone", &CorpusEntry::quietZone},
+    {"background", &CorpusEntry::background},
+    {"pixel_aligned", &CorpusEntry::pixelAligned},
+    {"damage_amount", &CorpusEntry::damageAmount},
+    {"cut_modules", &CorpusEntry::cutModules},
+    {"hit_codewords", &CorpusEntry::hitCodewords},
+    {"check_codewords", &CorpusEntry::checkCodewords},
+    {"eci", &CorpusEntry::eci},
+    {"macro", &CorpusEntry::macro},
 };
 
 constexpr std::size_t FIELD_COUNT = sizeof(FIELDS) / sizeof(FIELDS[0]);

@@ -11,9 +11,17 @@ namespace test {
 struct CorpusEntry {
     std::string image;   // the gray frame (PGM), relative to the index's folder
     std::string message; // the expected bytes, relative; empty when no symbol is shown
-    // What the symbol carries (short-text, long-text, digits, bytes, licence),
-    // or what a frame without one shows instead (texture, stripes, text).
+    // What else the read must give (text, ECI, Macro fields) as JSON,
+    // relative; empty when the bytes say it all.
+    std::string expect;
+    std::string corpus; // camera, crisp, edge, damage, standard or empty
+    // What the symbol carries (short-text, long-text, digits, bytes, licence,
+    // eci-..., macro, byte-shift), or what a frame without one shows instead
+    // (texture, stripes, text, linear barcodes...).
     std::string content;
+    // Harm done to the symbol: none, spread, shrink, marker, stripes, blob.
+    std::string damage = "none";
+    std::string cutSide = "none"; // none, top, bottom, left or right: the frame border cuts it
     int width = 0;
     int height = 0;
     int messageLength = 0;
@@ -33,8 +41,23 @@ struct CorpusEntry {
     double gradientX = 0.0; // lighting, as SymbolRenderer::Lighting
     double gradientY = 0.0;
     double vignette = 0.0;
-    int jpegQuality = 0; // 0: never compressed
-    bool fits = true;    // the symbol and its quiet zone lie wholly inside the frame
+    int jpegQuality = 0;       // 0: never compressed
+    bool fits = true;          // the symbol and its quiet zone lie wholly inside the frame
+    bool mirrored = false;     // seen from behind: every row reversed
+    double sideRatio = 1.0;    // longer over shorter of two opposite sides, the larger pair
+    double quietZone = 2.0;    // modules of paper around the symbol
+    double background = -1.0;  // gray level beyond the quiet zone; negative: paper
+    bool pixelAligned = false; // whole pixels per module on whole pixel positions
+    // The damage's size: for spread and shrink the change of a bar's width,
+    // for a marker or stripes their width, for a blob its diameter (modules).
+    double damageAmount = 0.0;
+    double cutModules = 0.0; // how deep the border cuts into the symbol (modules)
+    // Data and check codewords the cut or the damage reaches, from the
+    // geometry; the symbol's check codewords bound what may be repaired.
+    int hitCodewords = 0;
+    int checkCodewords = 0;
+    int eci = 0;        // the ECI the symbol declares; 0: none
+    bool macro = false; // one symbol of a Macro PDF417 sequence
 
     bool hasSymbol() const { return !message.empty(); }
 };

@@ -10,35 +10,48 @@
 namespace pdf417::test {
 namespace {
 
-const auto kInts = {&CorpusEntry::width,   &CorpusEntry::height,     &CorpusEntry::messageLength,
-                    &CorpusEntry::columns, &CorpusEntry::rows,       &CorpusEntry::level,
-                    &CorpusEntry::turn,    &CorpusEntry::jpegQuality};
-const auto kReals = {&CorpusEntry::modulePx,    &CorpusEntry::rowHeight, &CorpusEntry::rotation,
-                     &CorpusEntry::perspective, &CorpusEntry::blurPx,    &CorpusEntry::blurModules,
-                     &CorpusEntry::noise,       &CorpusEntry::ink,       &CorpusEntry::paper,
-                     &CorpusEntry::gradientX,   &CorpusEntry::gradientY, &CorpusEntry::vignette};
+const auto kInts = {
+    &CorpusEntry::width,          &CorpusEntry::height,      &CorpusEntry::messageLength,
+    &CorpusEntry::columns,        &CorpusEntry::rows,        &CorpusEntry::level,
+    &CorpusEntry::turn,           &CorpusEntry::jpegQuality, &CorpusEntry::hitCodewords,
+    &CorpusEntry::checkCodewords, &CorpusEntry::eci};
+const auto kReals = {&CorpusEntry::modulePx,     &CorpusEntry::rowHeight, &CorpusEntry::rotation,
+                     &CorpusEntry::perspective,  &CorpusEntry::blurPx,    &CorpusEntry::blurModules,
+                     &CorpusEntry::noise,        &CorpusEntry::ink,       &CorpusEntry::paper,
+                     &CorpusEntry::gradientX,    &CorpusEntry::gradientY, &CorpusEntry::vignette,
+                     &CorpusEntry::sideRatio,    &CorpusEntry::quietZone, &CorpusEntry::background,
+                     &CorpusEntry::damageAmount, &CorpusEntry::cutModules};
+const auto kTexts = {&CorpusEntry::image,  &CorpusEntry::message, &CorpusEntry::expect,
+                     &CorpusEntry::corpus, &CorpusEntry::content, &CorpusEntry::damage,
+                     &CorpusEntry::cutSide};
+const auto kFlags = {&CorpusEntry::fits, &CorpusEntry::mirrored, &CorpusEntry::pixelAligned,
+                     &CorpusEntry::macro};
 
 CorpusEntry randomEntry(std::mt19937& rng) {
     CorpusEntry e;
-    e.image = "frame_" + std::to_string(rng() % 10000) + ".pgm";
-    e.message = rng() % 4 == 0 ? "" : "frame_" + std::to_string(rng() % 10000) + ".msg";
-    e.content = rng() % 2 ? "licence" : "short text with spaces";
+    for (auto m : kTexts) {
+        e.*m = rng() % 4 == 0 ? "" : "text " + std::to_string(rng() % 10000);
+    }
     for (auto m : kInts) {
         e.*m = std::uniform_int_distribution<int>(-100000, 100000)(rng);
     }
     for (auto m : kReals) {
         e.*m = std::uniform_real_distribution<double>(-500.0, 500.0)(rng);
     }
-    e.fits = rng() % 2 == 0;
+    for (auto m : kFlags) {
+        e.*m = rng() % 2 == 0;
+    }
     return e;
 }
 
 // Numbers keep four decimals; everything else comes back exactly.
 void expectSame(const CorpusEntry& a, const CorpusEntry& b) {
-    EXPECT_EQ(a.image, b.image);
-    EXPECT_EQ(a.message, b.message);
-    EXPECT_EQ(a.content, b.content);
-    EXPECT_EQ(a.fits, b.fits);
+    for (auto m : kTexts) {
+        EXPECT_EQ(a.*m, b.*m);
+    }
+    for (auto m : kFlags) {
+        EXPECT_EQ(a.*m, b.*m);
+    }
     for (auto m : kInts) {
         EXPECT_EQ(a.*m, b.*m);
     }
@@ -78,7 +91,7 @@ TEST(CorpusIndex, RefusesMalformedRowsAndFiles) {
     int numericFields = 0;
     for (std::size_t field = 0, start = 0; start <= good.size(); ++field) {
         const std::size_t end = std::min(good.find('\t', start), good.size());
-        if (field >= 3) { // image, message and content take any text
+        if (field >= kTexts.size()) { // the text fields come first and take any text
             ++numericFields;
             for (const char* bad : {"", "x1", "nan", "inf", "1e999", "2.5.1", "1 "}) {
                 EXPECT_FALSE(
@@ -88,7 +101,7 @@ TEST(CorpusIndex, RefusesMalformedRowsAndFiles) {
         }
         start = end + 1;
     }
-    EXPECT_EQ(numericFields, 21);
+    EXPECT_EQ(numericFields, 32);
     for (const std::string& bad :
          {good + "\textra", good.substr(0, good.rfind('\t')), good + "\r", std::string()}) {
         EXPECT_FALSE(CorpusIndex::parseRow(bad, entry));

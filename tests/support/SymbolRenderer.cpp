@@ -181,6 +181,8 @@ SymbolRenderer::Frame SymbolRenderer::render(const ModuleGrid& grid, const Optio
         const float ink = static_cast<float>(options.ink);
         const float paper = static_cast<float>(options.paper);
         const float bg = static_cast<float>(background);
+        const double spread = std::clamp(options.inkSpread, -1.0, 1.0) / 2.0;
+        const auto& marks = options.marks;
         // The gray level at a point of the frame.
         const auto shadeAt = [&](double x, double y) -> double {
             const double dw = m[6] * x + m[7] * y + m[8];
@@ -192,11 +194,26 @@ SymbolRenderer::Frame SymbolRenderer::render(const ModuleGrid& grid, const Optio
             if (!(u >= -q && u < w + q && v >= -q && v < h + q)) {
                 return bg;
             }
-            if (!(u >= 0.0 && u < w && v >= 0.0 && v < h)) {
+            if (marks) {
+                const int mark = marks(u, v);
+                if (mark >= 0) {
+                    return mark > 0 ? ink : paper;
+                }
+            }
+            if (!(v >= 0.0 && v < h)) {
                 return paper;
             }
             const int row = std::min(static_cast<int>(v / rowHeight), rows - 1);
-            return grid.bar(static_cast<int>(u), row) ? ink : paper;
+            const auto barAt = [&](double at) {
+                return at >= 0.0 && at < w && grid.bar(static_cast<int>(at), row);
+            };
+            if (spread > 0.0) {
+                return barAt(u) || barAt(u - spread) || barAt(u + spread) ? ink : paper;
+            }
+            if (spread < 0.0) {
+                return barAt(u) && barAt(u + spread) && barAt(u - spread) ? ink : paper;
+            }
+            return barAt(u) ? ink : paper;
         };
         // The pixel corners' cells, on the current pixel row's top and bottom
         // edges; columns and rows off the grid are clamped to -1 and the
@@ -231,6 +248,27 @@ SymbolRenderer::Frame SymbolRenderer::render(const ModuleGrid& grid, const Optio
                 return plainMargin ? paper : -1.0f;
             }
             return grid.bar(static_cast<int>(col), static_cast<int>(row)) ? ink : paper;
+        };
+        // Spread reaches into the neighbouring cells of a row, marks into
+        // whatever lies within their bounds: cells near either are not taken
+        // whole.
+        const auto& bounds = options.marksBounds;
+        const auto wholeCells = [&](long c0, long c1, long r0, long r1) {
+            if (marks && c1 + 1 >= bounds[0] && c0 <= bounds[2] &&
+                (r1 + 1) * rowHeight >= bounds[1] && r0 * rowHeight <= bounds[3]) {
+                return false;
+            }
+            if (spread != 0.0) {
+                const float shade = cellShade(c0 - 1, r0);
+                for (long r = r0; r <= r1; ++r) {
+                    for (long c = c0 - 1; c <= c1 + 1; ++c) {
+                        if (cellShade(c, r) != shade) {
+                            return false;
+                        }
+                    }
+                }
+            }
+            return true;
         };
         std::vector<Cell> top(static_cast<std::size_t>(x1 - x0 + 1));
         std::vector<Cell> bottom(top.size());
@@ -271,7 +309,7 @@ SymbolRenderer::Frame SymbolRenderer::render(const ModuleGrid& grid, const Optio
                     r0 = std::min(r0, c.row);
                     r1 = std::max(r1, c.row);
                 }
-                if (valid && c1 - c0 <= 1 && r1 - r0 <= 1) {
+                if (valid && c1 - c0 <= 1 && r1 - r0 <= 1 && wholeCells(c0, c1, r0, r1)) {
                     const float first = cellShade(c0, r0);
                     if (first >= 0.0f && cellShade(c1, r0) == first && cellShade(c0, r1) == first &&
                         cellShade(c1, r1) == first) {

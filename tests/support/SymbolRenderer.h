@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <optional>
 #include <string>
@@ -63,6 +64,15 @@ public:
         double ink = 30.0;
         double paper = 220.0;
         double background = -1.0; // outside the quiet zone; negative: paper
+
+        // Printing faults. Every bar is wider by inkSpread modules, half on
+        // each side (negative: narrower; at most one module either way).
+        double inkSpread = 0.0;
+        // Marks over the symbol and its quiet zone, in symbol coordinates:
+        // 1 for ink, 0 for paper, -1 where the print shows through; none lie
+        // outside marksBounds (u0, v0, u1, v1).
+        std::function<int(double u, double v)> marks;
+        std::array<double, 4> marksBounds{-1e9, -1e9, 1e9, 1e9};
 
         int supersampling = 4;   // per axis
         double blurSigma = 0.0;  // pixels

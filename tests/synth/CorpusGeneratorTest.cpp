@@ -40,6 +40,9 @@ TEST(CorpusGenerator, FactorsStayInTheirRangesAndMatchTheSymbol) {
     const std::set<std::string> kinds{"short-text", "long-text", "digits", "bytes", "licence"};
     const std::set<std::string> decoys{"texture", "stripes", "text"};
     int symbols = 0;
+    int keystoned = 0;
+    int offRightAngles = 0;
+    int mirrored = 0;
     for (std::uint64_t i = 0; i < 44; ++i) {
         CorpusFrame frame;
         std::string error;
@@ -72,7 +75,12 @@ TEST(CorpusGenerator, FactorsStayInTheirRangesAndMatchTheSymbol) {
         EXPECT_TRUE(e.rows >= 3 && e.rows <= 90);
         EXPECT_TRUE(e.modulePx > 0.5 && e.modulePx <= 8.0);
         EXPECT_TRUE(e.rowHeight >= 3.0 && e.rowHeight <= 5.0);
-        EXPECT_LE(std::fabs(e.rotation), 10.0);
+        EXPECT_LE(std::fabs(e.rotation), 45.0);
+        // A side shortened to half, then corners pushed by up to 8 % each way.
+        EXPECT_TRUE(e.sideRatio >= 1.0 && e.sideRatio <= 1.16 / 0.34) << e.sideRatio;
+        keystoned += e.sideRatio > 1.3 ? 1 : 0;
+        offRightAngles += std::fabs(e.rotation) > 10.0 ? 1 : 0;
+        mirrored += e.mirrored ? 1 : 0;
         EXPECT_TRUE(e.turn == 0 || e.turn == 90 || e.turn == 180 || e.turn == 270);
         EXPECT_TRUE(e.perspective >= 0.0 && e.perspective <= 0.08);
         // The recorded layout is the symbol's: libzint draws it again alike.
@@ -82,6 +90,10 @@ TEST(CorpusGenerator, FactorsStayInTheirRangesAndMatchTheSymbol) {
         EXPECT_EQ(symbol.dataColumns, e.columns);
     }
     EXPECT_EQ(symbols, 42);
+    // Some frames of each: strong perspective, any angle, seen from behind.
+    EXPECT_GT(keystoned, 2);
+    EXPECT_GT(offRightAngles, 5);
+    EXPECT_GT(mirrored, 0);
 }
 
 } // namespace

@@ -1,0 +1,191 @@
+#include "tests/support/ExpectedRead.h"
+#include "tests/support/ZintPdf417.h"
+#include "tools/synth/CodewordFootprint.h"
+#include "tools/synth/CrispGenerator.h"
+#include "tools/synth/DamageGenerator.h"
+#include "tools/synth/EdgeGenerator.h"
+#include "tools/synth/EmptyGenerator.h"
+#include "tools/synth/StandardGenerator.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <set>
+#include <string>
+
+namespace pdf417::synth {
+namespace {
+
+// Codeword (r, j) covers u in [34 + 17 j, 51 + 17 j), v in [r h, (r + 1) h).
+TEST(CodewordFootprint, CountsTheCodewordsAShapeOrTheBorderReaches) {
+    const CodewordFootprint footprint(5, 8, 4.0);
+    EXPECT_EQ(footprint.count([](double, double) { return false; }), 0);
+    EXPECT_EQ(footprint.count([](double, double) { return true; }), 40);
+    // A thin line inside row 2, across the whole width: that row's five.
+    EXPECT_EQ(footprint.count([](double, double v) { return std::fabs(v - 9.5) < 0.15; }), 5);
+    // A thin line inside data column 3, top to bottom: eight.
+    EXPECT_EQ(footprint.count([](double u, double) { return std::fabs(u - 94.0) < 0.15; }), 8);
+    // Start pattern and left row indicator hold no codeword error correction sees.
+    EXPECT_EQ(footprint.count([](double u, double) { return u < 33.0; }), 0);
+    EXPECT_EQ(CodewordFootprint::checkCodewords(0), 2);
+    EXPECT_EQ(CodewordFootprint::checkCodewords(5), 64);
+
+    // Two pixels per module; the top 3 rows (24 pixels) lifted out of the frame.
+    const double w = 5 * 17 + 69;
+    const auto placed = [&](double x, double y) {
+        return test::Homography::rectToQuad(w, 32.0,
+                                            {test::Vec2{x, y}, test::Vec2{x + 2 * w, y},
+                                             test::Vec2{x + 2 * w, y + 64}, test::Vec2{x, y + 64}});
+    };
+    EXPECT_EQ(footprint.outside(placed(10, 10), 400, 100), 0);
+    EXPECT_EQ(footprint.outside(placed(10, -24), 400, 100), 15);
+    // Past the left border by the start pattern, indicator and one column.
+    EXPECT_EQ(footprint.outside(placed(-2 * 51, 10), 400, 100), 8);
+}
+
+// The border really cuts each edge frame: ink reaches the cut side's border
+// row or column whenever the symbol itself is cut, and the codewords cut
+// stay within the check codewords.
+TEST(EdgeGenerator, CutsWithinTheCheckCodewordsAtTheRecordedSide) {
+    EdgeGenerator generator(5);
+    int cutIntoSymbol = 0;
+    for (std::uint64_t i = 0; i < 10; ++i) {
+        CorpusFrame frame;
+        std::string error;
+        ASSERT_TRUE(generator.make(i, frame, error)) << error;
+        const test::CorpusEntry& e = frame.entry;
+        SCOPED_TRACE("frame " + std::to_string(i) + ": " + test::CorpusIndex::formatRow(e));
+        EXPECT_EQ(e.checkCodewords, CodewordFootprint::checkCodewords(e.level));
+        EXPECT_LE(e.hitCodewords, e.checkCodewords);
+        EXPECT_FALSE(e.fits);
+        const std::set<std::string> sides{"top", "bottom", "left", "right"};
+        ASSERT_TRUE(sides.count(e.cutSide));
+        if (e.cutModules <= 0.0) {
+            EXPECT_EQ(e.hitCodewords, 0);
+            continue;
+        }
+        ++cutIntoSymbol;
+        const bool row = e.cutSide == "top" || e.cutSide == "bottom";
+        const int fixed =
+            e.cutSide == "top" || e.cutSide == "left" ? 0 : (row ? e.height - 1 : e.width - 1);
+        int darkest = 255;
+        for (int k = 0; k < (row ? e.width : e.height); ++k) {
+            const int x = row ? k : fixed;
+            const int y = row ? fixed : k;
+            darkest =
+                std::min<int>(darkest, frame.pixels[static_cast<std::size_t>(y) * e.width + x]);
+        }
+        EXPECT_LT(darkest, (e.ink + e.paper) / 2.0);
+    }
+    EXPECT_GE(cutIntoSymbol, 5);
+}
+
+// Every harm keeps to the symbol's repair: twice the codewords reached within
+// the check codewords; spread and shrink reach none and stay within half a
+// module. Each kind of harm comes up.
+TEST(DamageGenerator, KeepsEveryHarmWithinTheCheckCodewords) {
+    DamageGenerator generator(4); // a seed whose first eight frames show every harm
+    std::set<std::string> kinds;
+    for (std::uint64_t i = 0; i < 8; ++i) {
+        CorpusFrame frame;
+        std::string error;
+        ASSERT_TRUE(generator.make(i, frame, error)) << error;
+        const test::CorpusEntry& e = frame.entry;
+        SCOPED_TRACE("frame " + std::to_string(i) + ": " + test::CorpusIndex::formatRow(e));
+        kinds.insert(e.damage);
+        EXPECT_EQ(e.checkCodewords, CodewordFootprint::checkCodewords(e.level));
+        EXPECT_LE(2 * e.hitCodewords, e.checkCodewords);
+        EXPECT_TRUE(e.fits);
+        if (e.damage == "spread" || e.damage == "shrink") {
+            EXPECT_EQ(e.hitCodewords, 0);
+            EXPECT_TRUE(e.damageAmount >= 0.1 && e.damageAmount <= 0.5) << e.damageAmount;
+        } else {
+            EXPECT_GT(e.damageAmount, 0.0);
+        }
+    }
+    EXPECT_EQ(kinds, (std::set<std::string>{"spread", "shrink", "marker", "stripes", "blob"}));
+}
+
+// Pixel-aligned frames hold nothing but the ink, the paper and the surround;
+// the others are resampled. Module sizes stay within 1 to 3 pixels and the
+// frame grows only for a symbol that needs it.
+TEST(CrispGenerator, AlignedFramesHoldOnlyInkPaperAndSurround) {
+    CrispGenerator generator(2);
+    int aligned = 0;
+    for (std::uint64_t i = 0; i < 12; ++i) {
+        CorpusFrame frame;
+        std::string error;
+        ASSERT_TRUE(generator.make(i, frame, error)) << error;
+        const test::CorpusEntry& e = frame.entry;
+        SCOPED_TRACE("frame " + std::to_string(i) + ": " + test::CorpusIndex::formatRow(e));
+        EXPECT_TRUE(e.modulePx >= 1.0 && e.modulePx <= 3.0);
+        EXPECT_TRUE(e.rows >= 3 && e.rows <= 90 && e.columns >= 1 && e.columns <= 30);
+        EXPECT_TRUE(e.width >= 1280 && e.height >= 720);
+        const bool grown = e.width > 1280 || e.height > 720;
+        EXPECT_EQ(grown, (e.columns * 17 + 69 + 2 * e.quietZone) * e.modulePx > 1264 ||
+                             (e.rows * e.rowHeight + 2 * e.quietZone) * e.modulePx > 704);
+        const std::set<std::uint8_t> levels(frame.pixels.begin(), frame.pixels.end());
+        if (e.pixelAligned) {
+            ++aligned;
+            EXPECT_EQ(e.modulePx, std::round(e.modulePx));
+            EXPECT_LE(levels.size(), 3u);
+        } else {
+            EXPECT_GT(levels.size(), 3u);
+        }
+    }
+    EXPECT_GT(aligned, 2);
+}
+
+// The expected bytes are the symbol's: libzint draws the same layout again
+// from what the sidecar says, and the sidecar survives its file. ECI text
+// comes back as given; the others' text is their Latin-1 bytes.
+TEST(StandardGenerator, ExpectationsMatchTheSymbolDrawn) {
+    StandardGenerator generator(4);
+    std::set<std::string> kinds;
+    const std::string path = ::testing::TempDir() + "/standard_expected.json";
+    for (std::uint64_t i = 0; i < 16; ++i) {
+        CorpusFrame frame;
+        std::string error;
+        ASSERT_TRUE(generator.make(i, frame, error)) << error;
+        const test::CorpusEntry& e = frame.entry;
+        SCOPED_TRACE("frame " + std::to_string(i) + ": " + test::CorpusIndex::formatRow(e));
+        ASSERT_TRUE(frame.expected.has_value());
+        ASSERT_TRUE(frame.expected->write(path));
+        test::ExpectedRead back;
+        ASSERT_TRUE(test::ExpectedRead::read(path, back, error)) << error;
+        kinds.insert(e.content.rfind("eci-", 0) == 0 ? "eci" : e.content);
+        EXPECT_EQ(back.eci, e.eci);
+        EXPECT_EQ(back.isMacro(), e.macro);
+        ASSERT_TRUE(back.text.has_value());
+        if (back.unicode) {
+            EXPECT_EQ(*back.text, back.input);
+        } else {
+            EXPECT_EQ(*back.text, StandardGenerator::latin1ToUtf8(frame.message));
+        }
+        test::ZintOptions raw = back.zint(e.columns, e.level);
+        raw.utf8 = false;
+        test::Pdf417Modules symbol;
+        ASSERT_TRUE(test::encodePdf417(frame.message, raw, symbol, &error)) << error;
+        EXPECT_EQ(symbol.rows, e.rows);
+        EXPECT_EQ(symbol.dataColumns, e.columns);
+    }
+    EXPECT_EQ(kinds, (std::set<std::string>{"eci", "macro", "byte-shift"}));
+    std::remove(path.c_str());
+}
+
+TEST(EmptyGenerator, ShowsNoSymbol) {
+    EmptyGenerator generator(6);
+    for (std::uint64_t i = 0; i < 6; ++i) {
+        CorpusFrame frame;
+        generator.make(i, frame);
+        EXPECT_FALSE(frame.entry.hasSymbol());
+        EXPECT_TRUE(frame.message.empty());
+        EXPECT_FALSE(frame.expected.has_value());
+        EXPECT_FALSE(frame.entry.content.empty());
+        EXPECT_EQ(frame.pixels.size(), std::size_t{1280} * 720);
+    }
+}
+
+} // namespace
+} // namespace pdf417::synth
