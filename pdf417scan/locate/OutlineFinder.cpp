@@ -161,7 +161,7 @@ bool OutlineFinder::pairUp(const EdgeLine& s, const EdgeLine& p, Pair& out) {
                 line->module = across / modules;
             }
         }
-    } else if (std::fabs(s.tx * p.tx + s.ty * p.ty) < 0.8f) {
+    } else if (std::fabs(s.tx * p.tx + s.ty * p.ty) < MIN_EDGE_COSINE) {
         return false;
     }
     const EdgeLine& a = out.startLine;
@@ -182,12 +182,13 @@ bool OutlineFinder::pairUp(const EdgeLine& s, const EdgeLine& p, Pair& out) {
     if (out.columns < 1 || out.columns > 30) {
         return false;
     }
-    // Their extents must overlap along the edge.
+    // Their extents must overlap along the edge, give or take the shear of
+    // a symbol seen at a slant: rows need not cross the edges square.
     const float from = a.along(b.at(b.from));
     const float to = a.along(b.at(b.to));
     const float overlap = std::min(a.to, std::max(from, to)) - std::max(a.from, std::min(from, to));
     const float shorter = std::min(a.to - a.from, std::fabs(to - from));
-    return overlap >= -0.5f * shorter - 2.0f * module;
+    return overlap >= -0.5f * shorter - 2.0f * module - MAX_SHEAR * a.depth(bMid);
 }
 
 void OutlineFinder::find(const LineSampler& sampler, const std::vector<EdgeLine>& lines,

@@ -56,6 +56,12 @@ private:
     // Edges shorter than this many modules get their direction from the
     // pair's rows rather than from their own few hits.
     static constexpr float SHORT_EDGE = 16.0f;
+    // How far along its edges one side of a symbol may lie from the other,
+    // for each pixel across: the tangent of the steepest shear accepted.
+    static constexpr float MAX_SHEAR = 0.8f;
+    // A card seen steeply from one side shows its two pattern edges far from
+    // parallel: up to about 63 degrees apart.
+    static constexpr float MIN_EDGE_COSINE = 0.45f;
 
     // Whether a start and a stop edge bound one symbol; fills pair.
     static bool pairUp(const EdgeLine& start, const EdgeLine& stop, Pair& pair);

@@ -1,5 +1,7 @@
 #include "pdf417scan/locate/PatternScanner.h"
 
+#include "pdf417scan/imaging/LineSampler.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -103,6 +105,34 @@ void PatternScanner::scan(const Image& image, const Settings& settings) {
             scanLine(static_cast<float>(x0) + 0.5f, static_cast<float>(y0) + 0.5f,
                      static_cast<float>(dx), 1.0f, direction);
         }
+    }
+}
+
+void PatternScanner::scanSegments(const Image& image,
+                                  const std::vector<std::pair<Point2D, Point2D>>& segments) {
+    hits_.clear();
+    maxHits_ = Settings().maxHits;
+    const LineSampler sampler(image);
+    for (const auto& [a, b] : segments) {
+        const float dx = b.x() - a.x();
+        const float dy = b.y() - a.y();
+        const float length = std::hypot(dx, dy);
+        if (!(length >= static_cast<float>(MIN_LINE)) || length > 1e5f) {
+            continue;
+        }
+        const int count = static_cast<int>(length) + 1;
+        const float sx = dx / static_cast<float>(count - 1);
+        const float sy = dy / static_cast<float>(count - 1);
+        gathered_.resize(static_cast<std::size_t>(count));
+        for (int i = 0; i < count; ++i) {
+            const float v =
+                sampler.at(a.x() + sx * static_cast<float>(i), a.y() + sy * static_cast<float>(i));
+            gathered_[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(std::lround(v));
+        }
+        line_ = gathered_.data();
+        length_ = count;
+        // Sample i lies at a + i (sx, sy) itself, not at a pixel's centre.
+        scanLine(a.x(), a.y(), sx, sy, Rows);
     }
 }
 

@@ -4,6 +4,7 @@
 #include "pdf417scan/imaging/Point2D.h"
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 namespace pdf417 {
@@ -46,6 +47,11 @@ public:
 
     // Replaces the hits with those of `image`.
     void scan(const Image& image, const Settings& settings);
+
+    // Replaces the hits with those on the given segments of the frame,
+    // sampled a pixel apart with interpolation: a close look where a pattern
+    // should be, along lines that cross it square.
+    void scanSegments(const Image& image, const std::vector<std::pair<Point2D, Point2D>>& segments);
 
     const std::vector<PatternHit>& hits() const { return hits_; }
 

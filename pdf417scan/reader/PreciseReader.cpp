@@ -48,6 +48,17 @@ bool PreciseReader::readOutline(const LineSampler& sampler, const SymbolOutline&
             return false;
         }
     }
+    // One pattern only: knowing the width now, look for the other one closely
+    // where it should be; a pair reads far better than an edge alone.
+    if (!(outline.hasStart && outline.hasStop)) {
+        SymbolOutline completed;
+        Homography wide;
+        if (OutlineFinder::provisionalMap(outline, reading.columns, wide) &&
+            completeOutline(sampler, outline, wide, reading.columns, completed) &&
+            readOutline(sampler, completed, decoder, out)) {
+            return true;
+        }
+    }
     Homography map;
     if (!fitter_.fit(outline, reading, map)) {
         return false;
@@ -93,6 +104,41 @@ void PreciseReader::setCorners(const Homography& map, const IndicatorReading& re
     const double width = GridFitter::symbolWidth(reading.columns);
     const double rows = reading.rows;
     out.corners = {map(0, 0), map(width, 0), map(width, rows), map(0, rows)};
+}
+
+bool PreciseReader::completeOutline(const LineSampler& sampler, const SymbolOutline& lone,
+                                    const Homography& map, int columns, SymbolOutline& out) {
+    const float width = GridFitter::symbolWidth(columns);
+    // Where the missing pattern should lie along the rows, give or take a
+    // quarter of the width for perspective and shear the map does not know.
+    const float margin = 0.25f * width + 10.0f;
+    const float u0 = lone.hasStart ? width - 18.0f - margin : -margin;
+    const float u1 = lone.hasStart ? width + margin : 17.0f + margin;
+    segments_.clear();
+    for (int k = 0; k < COMPLETION_LINES; ++k) {
+        const double t = 0.1 + 0.8 * k / (COMPLETION_LINES - 1);
+        segments_.emplace_back(map(u0, t), map(u1, t));
+    }
+    closeLook_.scanSegments(sampler.image(), segments_);
+    const PatternHit::Kind missing = lone.hasStart ? PatternHit::Stop : PatternHit::Start;
+    edgeFinder_.find(closeLook_.hits(), 1, foundEdges_);
+    const EdgeLine* found = nullptr;
+    for (const EdgeLine& edge : foundEdges_) {
+        if (edge.kind == missing && edge.support >= 3) {
+            found = &edge;
+            break;
+        }
+    }
+    if (found == nullptr) {
+        return false;
+    }
+    pairEdges_.assign({lone.hasStart ? lone.start : lone.stop, *found});
+    outlineFinder_.find(sampler, pairEdges_, 1, completions_);
+    if (completions_.empty() || !completions_[0].hasStart || !completions_[0].hasStop) {
+        return false;
+    }
+    out = completions_[0];
+    return true;
 }
 
 bool PreciseReader::decodeGrid(const LineSampler& sampler, const Homography& map,

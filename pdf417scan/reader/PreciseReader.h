@@ -55,9 +55,15 @@ public:
 private:
     static constexpr int MAX_REFITS = 3;
     static constexpr int MAX_FAILED_FRAMES = 20;
+    // Lines searched across a lone outline's rows for its other pattern.
+    static constexpr int COMPLETION_LINES = 9;
 
     bool readOutline(const LineSampler& sampler, const SymbolOutline& outline,
                      SymbolDecoder& decoder, DecodedSymbol& out);
+    // Finds the pattern missing from a lone outline where the rows say it
+    // should be; `out` then holds both.
+    bool completeOutline(const LineSampler& sampler, const SymbolOutline& lone,
+                         const Homography& map, int columns, SymbolOutline& out);
     bool decodeGrid(const LineSampler& sampler, const Homography& map,
                     const IndicatorReading& reading, SymbolDecoder& decoder, DecodedSymbol& out);
     // Adds the last grid read to the pool and decodes what the pool holds.
@@ -77,6 +83,11 @@ private:
     bool pooledThisFrame_ = false;
     std::vector<EdgeLine> edges_;
     std::vector<SymbolOutline> outlines_;
+    PatternScanner closeLook_;
+    std::vector<std::pair<Point2D, Point2D>> segments_;
+    std::vector<EdgeLine> foundEdges_;
+    std::vector<EdgeLine> pairEdges_;
+    std::vector<SymbolOutline> completions_;
     Homography grid_;
     int gridRows_ = 0;
     int gridColumns_ = 0;
