@@ -174,6 +174,7 @@ bool FrameReader::readImage(Image& image, ReadResult& result) {
         PreciseReader::Settings settings;
         if (options_.effort == Effort::Thorough) {
             settings.scanStep = 3;
+            settings.diagonalStep = 3;
             settings.maxOutlines = 6;
         }
         read = preciseChain_->read(image, settings, *decoder_, symbol);

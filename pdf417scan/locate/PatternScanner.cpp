@@ -26,6 +26,8 @@ constexpr int MEAN_RADIUS = 10;
 constexpr int HYSTERESIS = 6;
 // A pattern fainter than this is paper texture.
 constexpr float MIN_CONTRAST = 18.0f;
+// How far back from a flip its crossing of the mean is looked for.
+constexpr int MAX_LOOK_BACK = 4;
 // Paper samples added beyond either end of a line.
 constexpr int PADDING = MEAN_RADIUS + 2;
 // Shorter lines cannot hold a pattern.
@@ -81,7 +83,9 @@ void PatternScanner::scan(const Image& image, const Settings& settings) {
         }
         // Diagonal lines x - y = c, anti-diagonal x + y = c; along a diagonal
         // lines lie sqrt(2) times closer for the same c, so c steps wider.
-        const int offsetStep = std::max(1, static_cast<int>(std::lround(step * 1.41421356)));
+        const int diagonalStep = settings.diagonalStep > 0 ? settings.diagonalStep : step;
+        const int offsetStep =
+            std::max(1, static_cast<int>(std::lround(diagonalStep * 1.41421356)));
         const int first = dx > 0 ? -(height - 1) : 0;
         const int last = dx > 0 ? width - 1 : width + height - 2;
         // Each line is gathered and scanned at once: a diagonal touches a
@@ -240,7 +244,8 @@ void PatternScanner::scanLine(float x0, float y0, float dx, float dy, Direction 
         const float t = static_cast<float>(localSum(i)) / window;
         const float floor = runStart_.back();
         int k = i;
-        while (static_cast<float>(k - 1) > floor && (dark ? g[k - 1] > t : g[k - 1] < t)) {
+        while (i - k<MAX_LOOK_BACK&& static_cast<float>(k - 1)> floor &&
+               (dark ? g[k - 1] > t : g[k - 1] < t)) {
             --k;
         }
         const float a = g[k - 1];
@@ -255,23 +260,26 @@ void PatternScanner::scanLine(float x0, float y0, float dx, float dy, Direction 
 
     // Whole runs only: the first and the last of the line are cut by its ends.
     const std::size_t runs = runDark_.size();
-    // Every pattern has a wide bar beside a narrow space (8 and 1 in the
-    // start, 7 and 1 in the stop): a cheap first test that most runs fail.
-    const auto wide = [&](std::size_t bar, std::size_t space) {
-        const float b = runStart_[bar + 1] - runStart_[bar];
-        const float sp = runStart_[space + 1] - runStart_[space];
-        return b > 2.5f * sp;
+    // Every pattern has a wide bar beside two narrow elements of about one
+    // width (8, 1, 1 in the start, 7, 1, 1 in the stop): a cheap first test
+    // that most runs fail. `step` is +1 reading on, -1 reading back.
+    const auto width = [&](std::size_t k) { return runStart_[k + 1] - runStart_[k]; };
+    const auto opens = [&](std::size_t bar, int step) {
+        const float b = width(bar);
+        const float first = width(bar + step);
+        const float second = width(bar + 2 * step);
+        return b > 2.5f * first && first < 2.5f * second && second < 2.5f * first;
     };
     for (std::size_t r = 0; r < runs && static_cast<int>(hits_.size()) < maxHits_; ++r) {
         if (runDark_[r]) {
-            if (r + 1 < runs && wide(r, r + 1)) {
+            if (r + 2 < runs && opens(r, 1)) {
                 match(r, 8, false, x0, y0, dx, dy, direction); // start, forwards
                 match(r, 9, false, x0, y0, dx, dy, direction); // stop, forwards
             }
-            if (r + 8 < runs && wide(r + 8, r + 7)) {
+            if (r + 8 < runs && opens(r + 8, -1)) {
                 match(r, 9, true, x0, y0, dx, dy, direction); // stop, backwards
             }
-        } else if (r + 7 < runs && wide(r + 7, r + 6)) {
+        } else if (r + 7 < runs && opens(r + 7, -1)) {
             match(r, 8, true, x0, y0, dx, dy, direction); // start, backwards
         }
     }

@@ -41,6 +41,7 @@ public:
 
     struct Settings {
         int step = 6;                  // pixels between parallel scan lines
+        int diagonalStep = 0;          // between diagonal ones; 0: `step`
         std::uint8_t directions = 0xF; // bit per Direction
         int maxHits = 4000;            // a frame full of patterns stops here
     };

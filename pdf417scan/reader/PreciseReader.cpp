@@ -7,6 +7,7 @@ bool PreciseReader::read(const Image& image, const Settings& settings, SymbolDec
     gridRows_ = gridColumns_ = 0;
     PatternScanner::Settings scan;
     scan.step = settings.scanStep;
+    scan.diagonalStep = settings.diagonalStep;
     scanner_.scan(image, scan);
     edgeFinder_.find(scanner_.hits(), 2 * settings.maxOutlines, edges_);
     const LineSampler sampler(image);

@@ -29,7 +29,10 @@ namespace pdf417 {
 class PreciseReader {
 public:
     struct Settings {
-        int scanStep = 6;    // pixels between scan lines
+        int scanStep = 6; // pixels between scan lines
+        // Between diagonal ones (only short symbols turned 20 to 70 degrees
+        // from the rows and columns need them); 0: scanStep.
+        int diagonalStep = 0;
         int maxOutlines = 3; // candidate symbols tried per frame
     };
 
