@@ -268,7 +268,7 @@ void PatternScanner::scanLine(float x0, float y0, float dx, float dy, Direction 
         const float b = width(bar);
         const float first = width(bar + step);
         const float second = width(bar + 2 * step);
-        return b > 2.5f * first && first < 2.5f * second && second < 2.5f * first;
+        return b > 2.5f * first && first < 3.5f * second && second < 3.5f * first;
     };
     for (std::size_t r = 0; r < runs && static_cast<int>(hits_.size()) < maxHits_; ++r) {
         if (runDark_[r]) {

@@ -1,5 +1,9 @@
 #include "pdf417scan/reader/PreciseReader.h"
 
+#include <algorithm>
+#include <cmath>
+#include <tuple>
+
 namespace pdf417 {
 
 bool PreciseReader::read(const Image& image, const Settings& settings, SymbolDecoder& decoder,
@@ -19,11 +23,91 @@ bool PreciseReader::read(const Image& image, const Settings& settings, SymbolDec
             return true;
         }
     }
+    // A short symbol leaves a hit or two per edge between the scan lines:
+    // look again along lines packed closely beside the hits no edge took.
+    if (densify(image)) {
+        hits_.assign(scanner_.hits().begin(), scanner_.hits().end());
+        hits_.insert(hits_.end(), closeLook_.hits().begin(), closeLook_.hits().end());
+        edgeFinder_.find(hits_, 2 * settings.maxOutlines, edges_);
+        outlineFinder_.find(sampler, edges_, settings.maxOutlines, outlines_);
+        for (const SymbolOutline& outline : outlines_) {
+            if (readOutline(sampler, outline, decoder, out)) {
+                reset();
+                return true;
+            }
+        }
+    }
     // Frames that show no symbol neither count nor drop the pool.
     if (pooledThisFrame_ && ++failedFrames_ >= MAX_FAILED_FRAMES) {
         reset();
     }
     return false;
+}
+
+bool PreciseReader::densify(const Image& image) {
+    // Hits on no well-supported edge, the strongest first.
+    seeds_.clear();
+    for (std::uint32_t i = 0; i < scanner_.hits().size(); ++i) {
+        const PatternHit& h = scanner_.hits()[i];
+        bool taken = false;
+        for (const EdgeLine& e : edges_) {
+            taken = taken || (e.support >= 3 && e.kind == h.kind &&
+                              std::fabs(e.depth(h.outer)) < std::max(2.0f, e.module));
+        }
+        if (!taken) {
+            seeds_.push_back(i);
+        }
+    }
+    if (seeds_.empty()) {
+        return false;
+    }
+    const auto& hits = scanner_.hits();
+    std::stable_sort(seeds_.begin(), seeds_.end(), [&](std::uint32_t a, std::uint32_t b) {
+        return hits[a].contrast > hits[b].contrast;
+    });
+    seeds_.resize(std::min<std::size_t>(seeds_.size(), MAX_SEEDS));
+    const float width = static_cast<float>(image.width());
+    const float height = static_cast<float>(image.height());
+    segments_.clear();
+    for (const std::uint32_t i : seeds_) {
+        const PatternHit& h = hits[i];
+        float dx = h.inner.x() - h.outer.x();
+        float dy = h.inner.y() - h.outer.y();
+        const float length = std::hypot(dx, dy);
+        if (!(length > 0.0f)) {
+            continue;
+        }
+        dx /= length;
+        dy /= length;
+        // The whole scan line through the frame, shifted sideways: the
+        // partner pattern lies somewhere along it.
+        for (const float offset : {-3.0f, -1.5f, 1.5f, 3.0f}) {
+            const float px = h.outer.x() - dy * offset;
+            const float py = h.outer.y() + dx * offset;
+            float lo = -1e9f;
+            float hi = 1e9f;
+            for (const auto& [p, d, size] : {std::tuple<float, float, float>{px, dx, width},
+                                             std::tuple<float, float, float>{py, dy, height}}) {
+                if (std::fabs(d) < 1e-6f) {
+                    if (p < 0.0f || p > size) {
+                        lo = 1.0f;
+                        hi = 0.0f;
+                    }
+                    continue;
+                }
+                const float a = (0.0f - p) / d;
+                const float b = (size - 1.0f - p) / d;
+                lo = std::max(lo, std::min(a, b));
+                hi = std::min(hi, std::max(a, b));
+            }
+            if (hi > lo) {
+                segments_.emplace_back(Point2D(px + lo * dx, py + lo * dy, 1.0f),
+                                       Point2D(px + hi * dx, py + hi * dy, 1.0f));
+            }
+        }
+    }
+    closeLook_.scanSegments(image, segments_);
+    return !closeLook_.hits().empty();
 }
 
 void PreciseReader::reset() {

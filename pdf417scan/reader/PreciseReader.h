@@ -60,9 +60,14 @@ private:
     static constexpr int MAX_FAILED_FRAMES = 20;
     // Lines searched across a lone outline's rows for its other pattern.
     static constexpr int COMPLETION_LINES = 9;
+    // Lone hits looked at again along lines packed beside them.
+    static constexpr std::size_t MAX_SEEDS = 12;
 
     bool readOutline(const LineSampler& sampler, const SymbolOutline& outline,
                      SymbolDecoder& decoder, DecodedSymbol& out);
+    // Scans closely beside the hits no supported edge took, into
+    // closeLook_; true when that found any.
+    bool densify(const Image& image);
     // Finds the pattern missing from a lone outline where the rows say it
     // should be; `out` then holds both.
     bool completeOutline(const LineSampler& sampler, const SymbolOutline& lone,
@@ -91,6 +96,8 @@ private:
     std::vector<EdgeLine> foundEdges_;
     std::vector<EdgeLine> pairEdges_;
     std::vector<SymbolOutline> completions_;
+    std::vector<std::uint32_t> seeds_;
+    std::vector<PatternHit> hits_;
     Homography grid_;
     int gridRows_ = 0;
     int gridColumns_ = 0;
