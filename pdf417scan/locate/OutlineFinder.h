@@ -58,7 +58,7 @@ private:
     static constexpr float SHORT_EDGE = 16.0f;
     // How far along its edges one side of a symbol may lie from the other,
     // for each pixel across: the tangent of the steepest shear accepted.
-    static constexpr float MAX_SHEAR = 0.8f;
+    static constexpr float MAX_SHEAR = 1.5f;
     // A card seen steeply from one side shows its two pattern edges far from
     // parallel: up to about 63 degrees apart.
     static constexpr float MIN_EDGE_COSINE = 0.45f;
