@@ -305,11 +305,13 @@ std::string share(double part, double whole) {
 
 // A chain's name; chains added later show by number until named here.
 std::string chainName(ReadChain chain) {
-    if (chain == ReadChain::None) {
+    switch (chain) {
+    case ReadChain::None:
         return "none";
-    }
-    if (chain == ReadChain::Fast) {
+    case ReadChain::Fast:
         return "fast";
+    case ReadChain::Precise:
+        return "precise";
     }
     return "chain " + std::to_string(static_cast<int>(chain));
 }

@@ -290,8 +290,13 @@ void EdgeLineFinder::find(const std::vector<PatternHit>& hits, int maxLines,
             lines.push_back(best);
         }
     }
-    std::stable_sort(lines.begin(), lines.end(),
-                     [](const EdgeLine& x, const EdgeLine& y) { return x.support > y.support; });
+    // Most supported first, ties in the order found: an insertion sort of a
+    // dozen lines, which unlike stable_sort needs no buffer.
+    for (std::size_t i = 1; i < lines.size(); ++i) {
+        for (std::size_t j = i; j > 0 && lines[j].support > lines[j - 1].support; --j) {
+            std::swap(lines[j], lines[j - 1]);
+        }
+    }
 }
 
 } // namespace pdf417

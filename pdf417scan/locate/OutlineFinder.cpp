@@ -211,8 +211,13 @@ void OutlineFinder::find(const LineSampler& sampler, const std::vector<EdgeLine>
             }
         }
     }
-    std::stable_sort(pairs_.begin(), pairs_.end(),
-                     [](const Pair& x, const Pair& y) { return x.score > y.score; });
+    // Best first, ties in the order found: insertion, which unlike
+    // stable_sort needs no buffer, over a few dozen pairs at most.
+    for (std::size_t i = 1; i < pairs_.size(); ++i) {
+        for (std::size_t j = i; j > 0 && pairs_[j].score > pairs_[j - 1].score; --j) {
+            std::swap(pairs_[j], pairs_[j - 1]);
+        }
+    }
 
     const auto add = [&](const EdgeLine* start, const EdgeLine* stop, int columns) {
         SymbolOutline o;

@@ -322,6 +322,9 @@ bool MessageDecoder::decode(const std::uint16_t* words, std::size_t count, Decod
             macroAt = i;
         }
     }
+    // Room for the most any codeword yields (three digits of a numeric
+    // group), so that a fresh output grows once, not codeword by codeword.
+    out.bytes.reserve(3 * count);
     if (!decodeData(words, 1, macroAt, out.bytes, out.ecis, out.readerInitialisation)) {
         out.bytes.clear();
         out.ecis.clear();
@@ -332,6 +335,8 @@ bool MessageDecoder::decode(const std::uint16_t* words, std::size_t count, Decod
         out.macro.emplace();
         readMacro(words, macroAt + 1, count, *out.macro);
     }
+    // UTF-8 takes at most three bytes for one of any single-byte set.
+    out.text.reserve(3 * out.bytes.size());
     out.textComplete = appendText(out.bytes, out.ecis, out.text);
     return true;
 }

@@ -62,8 +62,11 @@ bool PreciseReader::densify(const Image& image) {
         return false;
     }
     const auto& hits = scanner_.hits();
-    std::stable_sort(seeds_.begin(), seeds_.end(), [&](std::uint32_t a, std::uint32_t b) {
-        return hits[a].contrast > hits[b].contrast;
+    // Ties go to the earlier hit; std::sort, unlike stable_sort, needs no
+    // buffer of its own.
+    std::sort(seeds_.begin(), seeds_.end(), [&](std::uint32_t a, std::uint32_t b) {
+        return hits[a].contrast > hits[b].contrast ||
+               (hits[a].contrast == hits[b].contrast && a < b);
     });
     seeds_.resize(std::min<std::size_t>(seeds_.size(), MAX_SEEDS));
     const float width = static_cast<float>(image.width());
@@ -119,7 +122,9 @@ bool PreciseReader::readOutline(const LineSampler& sampler, const SymbolOutline&
                                 SymbolDecoder& decoder, DecodedSymbol& out) {
     int columns = outline.columns > 0 ? outline.columns : 1;
     Homography provisional;
-    IndicatorReading reading;
+    // Readings kept as members keep their storage; a completed outline is
+    // read one level down.
+    IndicatorReading& reading = readings_[outline.hasStart && outline.hasStop ? 1 : 0];
     if (!OutlineFinder::provisionalMap(outline, columns, provisional) ||
         !indicators_.read(sampler, provisional, outline, columns, reading)) {
         return false;

@@ -91,6 +91,7 @@ private:
     bool pooledThisFrame_ = false;
     std::vector<EdgeLine> edges_;
     std::vector<SymbolOutline> outlines_;
+    IndicatorReading readings_[2];
     PatternScanner closeLook_;
     std::vector<std::pair<Point2D, Point2D>> segments_;
     std::vector<EdgeLine> foundEdges_;

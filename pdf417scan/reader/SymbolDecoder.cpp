@@ -71,9 +71,11 @@ bool SymbolDecoder::decode(const std::vector<std::uint16_t>& cells,
 
     // Misread cells are mostly among the least sure: erasing them costs half
     // what an error does.
-    std::stable_sort(
-        byConfidence_.begin(), byConfidence_.end(),
-        [&](std::uint32_t a, std::uint32_t b) { return confidence[a] < confidence[b]; });
+    // Ties go to the earlier cell; std::sort, unlike stable_sort, needs no
+    // buffer of its own.
+    std::sort(byConfidence_.begin(), byConfidence_.end(), [&](std::uint32_t a, std::uint32_t b) {
+        return confidence[a] < confidence[b] || (confidence[a] == confidence[b] && a < b);
+    });
     std::size_t erased = 0;
     for (const std::size_t count : RETRY_ERASURES) {
         const std::size_t target = std::min(count, byConfidence_.size());

@@ -46,7 +46,11 @@ bool IndicatorReader::readAt(const LineSampler& sampler, const Homography& map, 
 
 bool IndicatorReader::read(const LineSampler& sampler, const Homography& map,
                            const SymbolOutline& outline, int columns, IndicatorReading& out) {
-    out = IndicatorReading();
+    // Field by field, so that the boundaries keep their storage.
+    out.rows = out.columns = out.indicatorsRead = 0;
+    out.ecLevel = -1;
+    out.upsideDown = false;
+    out.boundaries.clear();
     samples_.clear();
     const EdgeLine& edge = outline.hasStart ? outline.start : outline.stop;
     const float module = std::max(0.5f, edge.module);

@@ -4,6 +4,7 @@
 #include "pdf417scan/api/Read.h"
 #include "pdf417scan/api/Barcode2DScanner.h"
 #include "pdf417scan/api/FrameReader.h"
+#include "tests/support/Glare.h"
 #include "tests/support/MessageSymbol.h"
 #include "tests/support/ModuleGrid.h"
 #include "tests/support/SymbolCase.h"
@@ -216,22 +217,6 @@ TEST(Read, ByteShiftOpeningsReadRightThroughTheFullDecoder) {
         }
     }
     EXPECT_GT(shifted, 0);
-}
-
-// Data columns [first, last] washed out as glare would: the row indicators
-// and the start and stop patterns stay.
-void addGlare(SymbolRenderer::Frame& frame, int first, int last) {
-    Homography toSymbol;
-    ASSERT_TRUE(frame.symbolToFrame.inverse(toSymbol));
-    const double u0 = 17.0 * (first + 2), u1 = 17.0 * (last + 3);
-    for (int y = 0; y < frame.height; ++y) {
-        for (int x = 0; x < frame.width; ++x) {
-            const Vec2 p = toSymbol(x + 0.5, y + 0.5);
-            if (p.x >= u0 && p.x < u1 && p.y >= -2.0 && p.y < frame.heightModules + 2.0) {
-                frame.pixels[static_cast<std::size_t>(y) * frame.width + x] = 250;
-            }
-        }
-    }
 }
 
 // Each frame loses a third of its data columns, far more than correction can

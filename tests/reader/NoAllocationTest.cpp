@@ -2,6 +2,7 @@
 // grown: locating, recognising codewords and correcting errors. This program
 // replaces the global operator new to count allocations while `counting` is
 // set.
+#include "pdf417scan/api/FrameReader.h"
 #include "pdf417scan/ecc/RS929Decoder.h"
 #include "pdf417scan/ecc/RS929Encoder.h"
 #include "pdf417scan/imaging/Image.h"
@@ -185,6 +186,40 @@ TEST(MessageDecoderAllocation, NoneOnceTheOutputHasGrown) {
     ASSERT_TRUE(out.macro.has_value());
     EXPECT_EQ(allocationsDuring(decode), 0);
     EXPECT_TRUE(ok);
+}
+
+// A video feed: once the first frames have grown every working buffer, a
+// frame that reads nothing allocates nothing, in either chain, and a frame
+// the precise chain reads allocates only the result it returns.
+TEST(FrameReaderAllocation, NoneForUnreadFramesOnceGrown) {
+    test::Pdf417Modules symbol;
+    ASSERT_TRUE(test::encodePdf417("Read at thirty degrees, frame after frame", {4, 3, 0}, symbol));
+    test::SymbolRenderer::Options options;
+    options.moduleWidth = 3.0;
+    options.rotationDegrees = 30.0;
+    options.noiseSigma = 2.0;
+    options.frameWidth = 640;
+    options.frameHeight = 400;
+    const auto frame = test::SymbolRenderer().render(test::ModuleGrid(symbol), options);
+    // The same frame with the symbol's middle wiped: located, but unreadable.
+    auto wiped = frame;
+    for (int y = 150; y < 250; ++y) {
+        std::fill(wiped.pixels.begin() + y * 640 + 200, wiped.pixels.begin() + y * 640 + 440, 230);
+    }
+    const ImageView good(frame.pixels.data(), frame.pixels.size(), 640, 400);
+    const ImageView bad(wiped.pixels.data(), wiped.pixels.size(), 640, 400);
+    FrameReader reader;
+    ReadResult result;
+    for (int warm = 0; warm < 3; ++warm) {
+        ASSERT_TRUE(reader.read(good).ok());
+        reader.read(bad);
+    }
+    EXPECT_EQ(allocationsDuring([&] { result = reader.read(bad); }), 0);
+    EXPECT_FALSE(result.ok());
+    const long reading = allocationsDuring([&] { result = reader.read(good); });
+    ASSERT_TRUE(result.ok());
+    EXPECT_EQ(result.chain, ReadChain::Precise);
+    EXPECT_LE(reading, 4); // the bytes and the text
 }
 
 } // namespace

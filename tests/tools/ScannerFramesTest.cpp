@@ -1,6 +1,7 @@
 // --frames: one reader over consecutive frames pools the codeword votes of
 // all of them, so a symbol that no single frame shows whole still reads.
 
+#include "tests/support/Glare.h"
 #include "tests/support/Homography.h"
 #include "tests/support/ModuleGrid.h"
 #include "tests/support/SymbolRenderer.h"
@@ -18,32 +19,13 @@
 namespace pdf417::test {
 namespace {
 
-// Washes out data columns [first, last] as glare on the paper would: every
-// pixel whose symbol coordinates fall in the band, from above the first row
-// to below the last, becomes nearly white. The row indicators and the start
-// and stop patterns stay intact.
-void addGlare(SymbolRenderer::Frame& frame, int first, int last) {
-    Homography toSymbol;
-    ASSERT_TRUE(frame.symbolToFrame.inverse(toSymbol));
-    // Data column c starts after the start pattern and the left indicator.
-    const double u0 = 17.0 * (first + 2), u1 = 17.0 * (last + 3);
-    for (int y = 0; y < frame.height; ++y) {
-        for (int x = 0; x < frame.width; ++x) {
-            const Vec2 p = toSymbol(x + 0.5, y + 0.5);
-            if (p.x >= u0 && p.x < u1 && p.y >= -2.0 && p.y < frame.heightModules + 2.0) {
-                frame.pixels[static_cast<std::size_t>(y) * frame.width + x] = 250;
-            }
-        }
-    }
-}
-
 TEST(ScannerFrames, GlareOverDifferentColumnsReadsOnlyAcrossFrames) {
     ScratchDir dir;
     ASSERT_TRUE(dir.ok());
 
     // Six data columns at level 2: 8 error correction codewords, so a band
     // of two data columns erases far more cells than any Reed-Solomon
-    // decoder could restore (at most 8 erasures, and ours keeps 2 spare).
+    // decoder could restore (at most 8 erasures).
     const std::string message = "FRAMES POOL THEIR VOTES: each of these frames loses a third of "
                                 "its data columns to glare, yet together they hold every cell.";
     Pdf417Modules symbol;
