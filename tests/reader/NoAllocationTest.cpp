@@ -39,6 +39,13 @@ void* operator new(std::size_t size) {
     throw std::bad_alloc();
 }
 
+// The nothrow form too (std::stable_sort's buffer uses it), so that every
+// plain delete below frees what malloc gave, as the sanitizers insist.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    allocations += counting ? 1 : 0;
+    return std::malloc(size == 0 ? 1 : size);
+}
+
 // Kept out of line: inlined, GCC sees free() on memory from a new-expression
 // and warns, not knowing that new is malloc here.
 __attribute__((noinline)) void operator delete(void* p) noexcept {
