@@ -8,7 +8,7 @@
 namespace pdf417 {
 namespace bench {
 
-// The wrong reads the specified entry makes on purpose. Its decoder skips a
+// The wrong reads Barcode2DScanner makes on purpose. Its decoder skips a
 // byte shift (913) met outside text and reads the codeword after it as text,
 // and it does not interpret Macro PDF417, ECI or reader initialisation
 // codewords: each is skipped and what follows is read as text. libzint opens
@@ -33,7 +33,7 @@ const char* name(Cause cause);
 std::vector<unsigned short> dataCodewords(const std::string& input,
                                           const test::ZintOptions& options);
 
-// The rule a symbol's data codewords give the specified decoder occasion to
+// The rule a symbol's data codewords give the fast entry's decoder occasion to
 // apply: MacroEci when any Macro, ECI or reader initialisation codeword is
 // there, else ByteShift when the data opens with a byte shift, else None.
 Cause feature(const std::vector<unsigned short>& words);

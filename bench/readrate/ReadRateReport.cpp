@@ -457,7 +457,7 @@ std::string ReadRateReport::summary() const {
         }
         out << corpus << ": read " << read << " of " << symbols << " (" << percent(read, symbols)
             << "), wrong " << wrong << ", false reads " << falseReads << " of " << empties
-            << "; specified entry read " << specified << "\n";
+            << "; Barcode2DScanner read " << specified << "\n";
     }
     return out.str();
 }
@@ -476,7 +476,7 @@ bool ReadRateReport::writeMarkdown(const std::string& path) const {
     out << "Measured by `bench/readrate` over synthetic corpora made by `tools/synth/synth` "
            "(libzint symbols drawn by the test renderer; every corpus seeded and deterministic). "
            "Every frame is read on one thread through `pdf417::read` with the default options, "
-           "again with `Effort::Fast`, and, for comparison, through the specified entry "
+           "again with `Effort::Fast`, and, for comparison, through `Barcode2DScanner` "
            "`Barcode2DScanner::scanGrayscaleImage`. A read through `pdf417::read` is right when "
            "its bytes are the expected message and, where the corpus gives them, its text, ECI "
            "assignments and Macro PDF417 fields are the expected ones.\n\n";
@@ -496,7 +496,7 @@ bool ReadRateReport::writeMarkdown(const std::string& path) const {
     out << "- Made again by `make bench`, into `build/bench/`.\n\n";
     if (info_.mirrorMismatches != 0 || info_.unstable != 0) {
         out << "**Warning:** " << info_.mirrorMismatches
-            << " frames read differently stage by stage than through the specified entry, and "
+            << " frames read differently stage by stage than through `Barcode2DScanner`, and "
             << info_.unstable << " frames read differently from one repeat to the next.\n\n";
     }
 
@@ -510,14 +510,14 @@ bool ReadRateReport::writeMarkdown(const std::string& path) const {
                    r.specified.outcome == Outcome::FalseRead;
         }));
     if (unexplained == 0) {
-        out << "Every wrong read through the specified entry is one its decoder makes by design "
-               "(see [below](#the-specified-entry)).\n\n";
+        out << "Every wrong read through `Barcode2DScanner` is one its decoder makes by design "
+               "(see [below](#through-barcode2dscanner)).\n\n";
     } else {
         out << unexplained
-            << " wrong or false reads through the specified entry are misreads, not its design "
-               "(see [below](#the-specified-entry)).\n\n";
+            << " wrong or false reads through `Barcode2DScanner` are misreads, not its design "
+               "(see [below](#through-barcode2dscanner)).\n\n";
     }
-    out << "| Corpus | Frames | Read | Wrong | Time (ms) | Target | Specified entry: read, wrong "
+    out << "| Corpus | Frames | Read | Wrong | Time (ms) | Target | Barcode2DScanner: read, wrong "
            "|\n|---|---:|---:|---:|---:|---|---:|\n";
     for (const std::string& corpus : corpora) {
         std::size_t symbols = 0, read = 0, wrong = 0, frames = 0, falseReads = 0;
@@ -623,7 +623,7 @@ bool ReadRateReport::writeMarkdown(const std::string& path) const {
     out << "\n";
 
     // The specified entry, for comparison.
-    out << "## The specified entry\n\n";
+    out << "## Through Barcode2DScanner\n\n";
     out << "`Barcode2DScanner::scanGrayscaleImage`: the frame as it is and, when that yields "
            "nothing, turned 90 degrees. Its wrong reads are put down to a rule of its decoder "
            "only when the symbol holds the codeword the rule is about and decoding the symbol's "
@@ -666,7 +666,7 @@ bool ReadRateReport::writeMarkdown(const std::string& path) const {
     out << "\n† and ‡ count the wrong reads each rule explains, of the symbols it applies "
            "to.\n\n";
 
-    out << "### Misreads through the specified entry\n\n";
+    out << "### Misreads through Barcode2DScanner\n\n";
     if (unexplained == 0) {
         out << "None: every wrong read is one of the rules above.\n\n";
     } else {
@@ -684,7 +684,7 @@ bool ReadRateReport::writeMarkdown(const std::string& path) const {
     }
 
     out << "### Where the time goes\n\n";
-    out << "The specified chain run again stage by stage (both attempts summed per frame); "
+    out << "The fast chain run again stage by stage (both attempts summed per frame); "
            "milliseconds per frame over all frames of all corpora.\n\n";
     out << "| Stage | Median | Mean | 90th percentile | Max | Share of the total |\n"
            "|---|---:|---:|---:|---:|---:|\n";
@@ -713,7 +713,7 @@ bool ReadRateReport::writeMarkdown(const std::string& path) const {
     out << "\n";
 
     out << "### Where frames not read stop\n\n";
-    out << "The furthest stage either attempt of the specified chain reached, for frames with a "
+    out << "The furthest stage either attempt of the fast chain reached, for frames with a "
            "symbol it missed or read wrongly.\n\n";
     out << "| Stopped at |";
     for (const std::string& corpus : corpora) {
@@ -780,8 +780,8 @@ bool ReadRateReport::writeMarkdown(const std::string& path) const {
             }
             std::sort(shown.begin(), shown.end());
             out << "Frames by what they show (a frame may show several things): those read as "
-                   "something through `pdf417::read` and through the specified entry.\n\n";
-            out << "| Shows | Frames | Read as something | Specified entry |\n"
+                   "something through `pdf417::read` and through `Barcode2DScanner`.\n\n";
+            out << "| Shows | Frames | Read as something | Barcode2DScanner |\n"
                    "|---|---:|---:|---:|\n";
             for (const std::string& part : shown) {
                 std::size_t frames = 0, falseReads = 0, specified = 0;
@@ -802,15 +802,15 @@ bool ReadRateReport::writeMarkdown(const std::string& path) const {
             continue;
         }
         out << "Frames with a symbol only; factors are drawn independently, so each table mixes "
-               "all the others. Read rates through `pdf417::read` and through the specified "
-               "entry.\n\n";
+               "all the others. Read rates through `pdf417::read` and through `Barcode2DScanner`."
+               "\n\n";
         for (const Factor& factor : list) {
             if (!appliesTo(factor.corpora, corpus)) {
                 continue;
             }
             const std::vector<Tally> sums = tallies(factor, corpus, entries_, results_);
             out << "### " << factor.name
-                << "\n\n| Bucket | Frames | Read | Wrong | Read rate | Specified entry |\n"
+                << "\n\n| Bucket | Frames | Read | Wrong | Read rate | Barcode2DScanner |\n"
                    "|---|---:|---:|---:|---:|---:|\n";
             for (std::size_t b = 0; b < factor.labels.size(); ++b) {
                 const Tally& t = sums[b];
@@ -836,9 +836,9 @@ bool ReadRateReport::writeFrames(const std::string& path) const {
     if (!out) {
         return false;
     }
-    out << "corpus\timage\toutcome\tchain\tread_ms\tfast_outcome\tfast_ms\tspecified_outcome\t"
-           "specified_ms\treached\tdetect_ms\tcut_ms\tsample_ms\tcorrect_ms\tdecode_ms\t"
-           "expected_bytes\tread_bytes\tspecified_bytes\tfeature\tcause\n";
+    out << "corpus\timage\toutcome\tchain\tread_ms\tfast_outcome\tfast_ms\tscanner_outcome\t"
+           "scanner_ms\treached\tdetect_ms\tcut_ms\tsample_ms\tcorrect_ms\tdecode_ms\t"
+           "expected_bytes\tread_bytes\tscanner_bytes\tfeature\tcause\n";
     char line[768];
     for (const FrameResult& r : results_) {
         const CorpusEntry& e = entries_[r.entry];
@@ -877,7 +877,7 @@ bool ReadRateReport::writePlots(const std::string& dir, bool runGnuplot, std::st
             const std::vector<Tally> sums = tallies(factor, corpus, entries_, results_);
             const std::string data = dir + "/readrate-" + corpus + "-" + factor.plot + ".dat";
             std::ofstream out(data, std::ios::binary);
-            out << "# bucket\tframes\tread_rate\tspecified_read_rate\n";
+            out << "# bucket\tframes\tread_rate\tscanner_read_rate\n";
             for (std::size_t b = 0; b < sums.size(); ++b) {
                 out << '"' << factor.labels[b] << " (" << sums[b].frames << ")\"\t"
                     << sums[b].frames << '\t' << sums[b].rate() << '\t' << sums[b].specifiedRate()
@@ -894,7 +894,7 @@ bool ReadRateReport::writePlots(const std::string& dir, bool runGnuplot, std::st
                    << "set title '" << corpus << ": read rate by " << axis << "'\n"
                    << "plot " << gnuplotQuoted(data)
                    << " using 3:xtic(1) title 'pdf417::read' lc rgb '#4a7ebb', '' using 4 title "
-                      "'specified entry' lc rgb '#bbbbbb'\n";
+                      "'Barcode2DScanner' lc rgb '#bbbbbb'\n";
         }
     }
 

@@ -37,12 +37,12 @@ struct FrameResult {
     Attempt fast;
     ReadChain chain = ReadChain::None; // which chain read it through read()
     std::string mismatch;              // for a wrong read: what differed from the expected
-    // Barcode2DScanner::scanGrayscaleImage, the specified entry, and the same
+    // Barcode2DScanner::scanGrayscaleImage, the fast entry, and the same
     // chain run stage by stage.
     Attempt specified;
     StageTimes stages;
     Reached reached = Reached::NoSymbol;
-    // The rule the specified decoder has occasion to apply to the symbol,
+    // The rule the fast entry's decoder has occasion to apply to the symbol,
     // and the one that explains a wrong read there (None: a misread).
     DesignedMisread::Cause feature = DesignedMisread::Cause::None;
     DesignedMisread::Cause cause = DesignedMisread::Cause::None;
@@ -57,13 +57,13 @@ struct RunInfo {
     std::string load; // the machine's load averages before and after the run
     std::string date;
     long peakRssKiB = 0;
-    std::size_t mirrorMismatches = 0; // staged run and specified entry disagreed
+    std::size_t mirrorMismatches = 0; // staged run and Barcode2DScanner disagreed
     std::size_t unstable = 0;         // repeats of one frame disagreed
     double wallSeconds = 0.0;
 };
 
 // Read rates by corpus and factor, wrong reads by name and frame times by
-// chain, through the reading API and, beside it, through the specified
+// chain, through the reading API and, beside it, through the scanner
 // entry, as a Markdown report, a per-frame table and gnuplot plots.
 class ReadRateReport {
 public:
