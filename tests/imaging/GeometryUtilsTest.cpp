@@ -1,3 +1,5 @@
+// Points, lines and the geometry helpers, against closed forms and double
+// precision computations.
 #include "pdf417scan/imaging/GeometryUtils.h"
 
 #include <gtest/gtest.h>
@@ -16,21 +18,103 @@ using GeometryUtils::boundLine;
 constexpr float kInf = std::numeric_limits<float>::infinity();
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 
-void expectLine(const Line2D& l, float a, float b, float c) {
-    EXPECT_EQ(l.A(), a);
-    EXPECT_EQ(l.B(), b);
-    EXPECT_EQ(l.C(), c);
-    EXPECT_EQ(std::signbit(l.C()), std::signbit(c));
+TEST(Point2D, MiddleAndDistanceAgainstDouble) {
+    std::mt19937 rng(2);
+    std::uniform_real_distribution<float> coord(-1000, 1000);
+    for (int trial = 0; trial < 200; ++trial) {
+        const Point2D a(coord(rng), coord(rng), 5);
+        const Point2D b(coord(rng), coord(rng), 7);
+        const double dx = double(b.x()) - a.x();
+        const double dy = double(b.y()) - a.y();
+        EXPECT_FLOAT_EQ(Point2D::distance(a, b), float(std::hypot(dx, dy)));
+        const Point2D m = Point2D::middle(a, b);
+        EXPECT_FLOAT_EQ(m.x(), float((double(a.x()) + b.x()) / 2));
+        EXPECT_FLOAT_EQ(m.y(), float((double(a.y()) + b.y()) / 2));
+        EXPECT_EQ(m.mass(), 1.0f);
+    }
+}
+
+TEST(Line2D, SpecialCases) {
+    const Line2D none(Point2D(1, 2, 1), Point2D(1, 2, 7));
+    EXPECT_TRUE(none.A() == 0 && none.B() == 0 && none.C() == 0);
+    const Line2D pq(1, 2, 4, -3);
+    EXPECT_FLOAT_EQ(pq.Y(1), 2);
+    EXPECT_FLOAT_EQ(pq.X(-3), 4);
+    Line2D n(3, 4, 10);
+    n.normalize();
+    EXPECT_TRUE(n.A() == 0.6f && n.B() == 0.8f && n.C() == 2.0f);
+
+    Point2D out(7, 7, 5);
+    ASSERT_TRUE(Line2D::intersect(Line2D(1, 0, 0), Line2D(0, 1, 0), out));
+    EXPECT_TRUE(out.x() == 0 && out.y() == 0 && out.mass() == 5);
+    // Parallel: slanted ones meet at infinity, axis-parallel ones give NaN.
+    ASSERT_TRUE(Line2D::intersect(Line2D(1, 1, 0), Line2D(1, 1, -5), out));
+    EXPECT_TRUE(out.x() == kInf && out.y() == -kInf);
+    out = Point2D(7, 7, 5);
+    EXPECT_FALSE(Line2D::intersect(Line2D(1, 0, 0), Line2D(1, 0, -5), out));
+    EXPECT_FALSE(Line2D::intersect(Line2D(2, 3, 1), Line2D(2, 3, 1), out));
+    EXPECT_FALSE(Line2D::intersect(Line2D(0, 0, 0), Line2D(0, 1, 0), out));
+    // Non-finite coefficients are refused, out left alone.
+    for (int which = 0; which < 18; ++which) {
+        float c[6] = {2, 1, 0, 0, 1, 3};
+        c[which % 6] = which < 6 ? kNan : which < 12 ? kInf : -kInf;
+        EXPECT_FALSE(Line2D::intersect(Line2D(c[0], c[1], c[2]), Line2D(c[3], c[4], c[5]), out));
+    }
+    EXPECT_TRUE(out.x() == 7 && out.y() == 7);
+}
+
+// Two random lines through a known point: both constructors agree, the
+// defining points lie on the line, and the lines meet at the point whichever
+// is first.
+TEST(Line2D, LinesThroughAPointMeetThere) {
+    std::mt19937 rng(11);
+    std::uniform_real_distribution<float> coord(-500, 500);
+    std::uniform_real_distribution<float> angle(0, 3.14159265f);
+    for (int trial = 0; trial < 5000; ++trial) {
+        const float px = coord(rng), py = coord(rng);
+        const float a1 = angle(rng), a2 = angle(rng);
+        const float sine = std::fabs(std::sin(a1 - a2));
+        if (sine < 0.05f) {
+            continue; // nearly parallel: the point is ill-conditioned
+        }
+        const float len = 1 + std::fabs(coord(rng));
+        const float qx = px + len * std::cos(a1), qy = py + len * std::sin(a1);
+        const Line2D l1(Point2D(px, py, 1), Point2D(qx, qy, 1));
+        const Line2D same(px, py, qx, qy);
+        ASSERT_TRUE(l1.A() == same.A() && l1.B() == same.B() && l1.C() == same.C());
+        const Line2D l2(px - std::cos(a2), py - std::sin(a2), px + std::cos(a2), py + std::sin(a2));
+        // float rounding of C = x1·y2 − x2·y1 grows with the coordinates.
+        const float tolerance = 1e-4f * (std::fabs(px) + std::fabs(py) + len) / sine;
+        const float norm = std::hypot(l1.A(), l1.B());
+        ASSERT_NEAR((l1.A() * qx + l1.B() * qy + l1.C()) / norm, 0, tolerance);
+        for (bool swap : {false, true}) {
+            Point2D out;
+            ASSERT_TRUE(Line2D::intersect(swap ? l2 : l1, swap ? l1 : l2, out));
+            ASSERT_NEAR(out.x(), px, tolerance) << trial;
+            ASSERT_NEAR(out.y(), py, tolerance) << trial;
+        }
+    }
 }
 
 TEST(GeometryUtils, ApproximateLineSpecialCases) {
     const float k = 0.70710677f;
-    expectLine(approximateLine({}, 0.01f), 1, 0, 0);
-    expectLine(approximateLine({Point2D(3, 4, 2)}, 0.01f), 1, 0, 0);
-    expectLine(approximateLine({Point2D(0, 0, 1), Point2D(10, 0, 1)}, 0.01f), 0, 1, -0.0f);
-    expectLine(approximateLine({Point2D(0, 0, 1), Point2D(0, 10, 1)}, 0.01f), 1, 0, -0.0f);
-    expectLine(approximateLine({Point2D(0, 0, 1), Point2D(10, 10, 1)}, 0.01f), k, -k, -0.0f);
-    expectLine(approximateLine({Point2D(0, 10, 1), Point2D(10, 0, 1)}, 0.01f), k, k, -k * 10);
+    struct Case {
+        std::vector<Point2D> points;
+        float a, b, c;
+    };
+    const Case cases[] = {
+        {{}, 1, 0, 0},
+        {{Point2D(3, 4, 2)}, 1, 0, 0},
+        {{Point2D(0, 0, 1), Point2D(10, 0, 1)}, 0, 1, -0.0f},
+        {{Point2D(0, 0, 1), Point2D(0, 10, 1)}, 1, 0, -0.0f},
+        {{Point2D(0, 0, 1), Point2D(10, 10, 1)}, k, -k, -0.0f},
+        {{Point2D(0, 10, 1), Point2D(10, 0, 1)}, k, k, -k * 10},
+    };
+    for (const Case& c : cases) {
+        const Line2D l = approximateLine(c.points, 0.01f);
+        EXPECT_TRUE(l.A() == c.a && l.B() == c.b && l.C() == c.c) << c.points.size();
+        EXPECT_EQ(std::signbit(l.C()), std::signbit(c.c));
+    }
 }
 
 // Noisy, weighted points along a line at a random angle: the fit recovers the
@@ -57,13 +141,12 @@ TEST(GeometryUtils, ApproximateLineRecoversNoisyLinesAtAnyAngle) {
         ASSERT_GT(std::fabs(l.A() * -uy + l.B() * ux), 0.999f) << "theta " << theta;
         ASSERT_LT(std::fabs(l.A() * cx + l.B() * cy + l.C()), 0.5f) << "theta " << theta;
 
-        double sm = 0, sx = 0, sy = 0;
+        double sm = 0, sx = 0, sy = 0, sxx = 0, syy = 0, sxy = 0;
         for (const Point2D& p : points) {
             sm += p.mass();
             sx += double(p.mass()) * p.x();
             sy += double(p.mass()) * p.y();
         }
-        double sxx = 0, syy = 0, sxy = 0;
         for (const Point2D& p : points) {
             const double dx = p.x() - sx / sm, dy = p.y() - sy / sm;
             sxx += p.mass() * dx * dx;
@@ -104,33 +187,33 @@ TEST(GeometryUtils, CentroidsAndBoxes) {
 }
 
 TEST(GeometryUtils, BoundLineExamplesAndNonFiniteInput) {
-    Point2D p(10, 20, 3), q(90.5f, 99.9f, 4);
-    ASSERT_TRUE(boundLine(p, q, 100, 100)); // inside: untouched
-    EXPECT_TRUE(p.x() == 10 && q.y() == 99.9f);
-    p = Point2D(-10, 5, 3);
-    q = Point2D(-1, 50, 4);
-    EXPECT_FALSE(boundLine(p, q, 100, 100));
-    EXPECT_EQ(p.x(), -10);
-    q = Point2D(50, 5, 4);
-    ASSERT_TRUE(boundLine(p, q, 100, 100));
-    EXPECT_TRUE(p.x() == 0 && p.y() == 5 && p.mass() == 3 && q.x() == 50);
-    // The clamp targets are the last column and row.
-    p = Point2D(50, 50, 1);
-    q = Point2D(50, 150, 1);
-    ASSERT_TRUE(boundLine(p, q, 100, 100));
-    EXPECT_EQ(q.y(), 99);
-
-    for (float bad : {kNan, kInf, -kInf}) {
-        for (int which = 0; which < 6; ++which) {
-            float c[6] = {10, 20, 150, 40, 100, 100};
-            c[which] = bad;
-            Point2D a(c[0], c[1], 1), b(c[2], c[3], 1);
-            if (which >= 4 && bad == kInf) {
-                continue; // an unbounded rectangle is a rectangle
-            }
-            EXPECT_FALSE(boundLine(a, b, c[4], c[5])) << bad << " at " << which;
-            EXPECT_EQ(std::isnan(a.x()), which == 0 && std::isnan(bad)); // untouched
+    // Both ends inside: untouched; both left: refused, untouched; one end
+    // out: clipped onto the last column or row, masses kept.
+    struct Case {
+        float x1, y1, x2, y2;
+        bool ok;
+        float cx1, cy1, cx2, cy2;
+    };
+    const Case cases[] = {{10, 20, 90.5f, 99.9f, true, 10, 20, 90.5f, 99.9f},
+                          {-10, 5, -1, 50, false, -10, 5, -1, 50},
+                          {-10, 5, 50, 5, true, 0, 5, 50, 5},
+                          {50, 50, 50, 150, true, 50, 50, 50, 99}};
+    for (const Case& c : cases) {
+        Point2D p(c.x1, c.y1, 3), q(c.x2, c.y2, 4);
+        EXPECT_EQ(boundLine(p, q, 100, 100), c.ok);
+        EXPECT_TRUE(p.x() == c.cx1 && p.y() == c.cy1 && q.x() == c.cx2 && q.y() == c.cy2);
+        EXPECT_TRUE(p.mass() == 3 && q.mass() == 4);
+    }
+    for (int which = 0; which < 18; ++which) {
+        float c[6] = {10, 20, 150, 40, 100, 100};
+        const float bad = which < 6 ? kNan : which < 12 ? kInf : -kInf;
+        c[which % 6] = bad;
+        if (which % 6 >= 4 && bad == kInf) {
+            continue; // an unbounded rectangle is a rectangle
         }
+        Point2D a(c[0], c[1], 1), b(c[2], c[3], 1);
+        EXPECT_FALSE(boundLine(a, b, c[4], c[5])) << bad << " at " << which % 6;
+        EXPECT_EQ(std::isnan(a.x()), which == 0); // untouched
     }
 }
 
@@ -150,21 +233,16 @@ TEST(GeometryUtils, BoundLineStaysInsideAndOnTheLine) {
         const Line2D before(p, q);
         const Point2D p0 = p, q0 = q;
         if (!boundLine(p, q, w, h)) {
-            ASSERT_EQ(p.x(), p0.x());
-            ASSERT_EQ(q.y(), q0.y());
+            ASSERT_TRUE(p.x() == p0.x() && q.y() == q0.y());
             continue;
         }
         ++clipped;
+        const float norm = std::hypot(before.A(), before.B());
         for (const Point2D& e : {p, q}) {
             ASSERT_TRUE(e.x() >= 0 && e.x() < w && e.y() >= 0 && e.y() < h)
                 << e.x() << "," << e.y() << " in " << w << "x" << h;
-        }
-        const float norm = std::hypot(before.A(), before.B());
-        if (scale == 1.0f) {
-            for (const Point2D& e : {p, q}) {
-                const float residual = before.A() * e.x() + before.B() * e.y() + before.C();
-                ASSERT_LT(std::fabs(residual) / norm, 0.01f);
-            }
+            const float residual = before.A() * e.x() + before.B() * e.y() + before.C();
+            ASSERT_TRUE(scale != 1.0f || std::fabs(residual) / norm < 0.01f);
         }
     }
     EXPECT_GT(clipped, 5000);

@@ -86,7 +86,7 @@ std::pair<std::size_t, double> cutCase(const SymbolCase& c, unsigned seed) {
 TEST(CutterLines, OneLinePerBoundaryNearTheTruth) {
     std::vector<std::pair<SymbolCase, unsigned>> cases; // and the seed
     for (const auto& [seed, from, to] : {std::tuple{7u, 5.0, 6.0}, {8u, 2.5, 5.0}}) {
-        const auto some = randomCases(seed, seed == 7 ? 16 : 20, from, to, 3.0, 120.0);
+        const auto some = randomCases(seed, seed == 7 ? 8 : 10, from, to, 3.0, 120.0);
         for (std::size_t i = 0; i < some.size(); ++i) {
             cases.emplace_back(some[i], static_cast<unsigned>(i));
         }

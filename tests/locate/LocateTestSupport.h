@@ -30,8 +30,8 @@ inline bool makeSymbol(int rows, int dataColumns, unsigned seed, Pdf417Modules& 
 // symbols under minHeight pixels (it needs 8 start-pattern hits on rows 3
 // pixels apart, and a tilt costs it about 40 % of them), and tilted symbols
 // whose rows drift across by more than half their height (the rows through
-// the start pattern must also cross the stop pattern). Frames stay under
-// 0.8 megapixels to keep the suite quick.
+// the start pattern must also cross the stop pattern). Frames stay under a
+// quarter of a megapixel to keep the suite quick.
 inline std::vector<SymbolCase> randomCases(unsigned seed, int count, double minModule,
                                            double maxModule, double maxTilt, double minHeight,
                                            int maxColumns = 28) {
@@ -48,7 +48,7 @@ inline std::vector<SymbolCase> randomCases(unsigned seed, int count, double minM
         const double width = c.columns * 17.0 + 69.0;
         const double drift = width * std::fabs(std::sin(c.rotation * 3.14159265358979 / 180.0));
         if (c.rows * c.columns <= 928 && height * c.module >= minHeight &&
-            (width + 20) * (height + 20 + drift) * c.module * c.module < 0.8e6 &&
+            (width + 20) * (height + 20 + drift) * c.module * c.module < 0.25e6 &&
             drift <= height / 2) {
             cases.push_back(c);
         }
