@@ -111,22 +111,6 @@ TEST(Image, RealLinesAreClippedThenTruncated) {
     ASSERT_TRUE(image.sampleLine(Point2D(50, 50, 1), Point2D(150, 50, 1), out));
     EXPECT_EQ(out.size(), 50u);
 
-    // The integer call goes through the virtual interface, and its refusal
-    // still gives true, with an empty vector.
-    struct Refusing : Image {
-        using Image::Image;
-        using Image::sampleLine;
-        bool sampleLine(unsigned, unsigned, unsigned, unsigned,
-                        std::vector<unsigned char>& o) const override {
-            o.clear();
-            return false;
-        }
-    };
-    const Refusing refusing(pixels.data(), 100, 100);
-    out.assign(3, 1);
-    EXPECT_TRUE(refusing.sampleLine(Point2D(1, 1, 1), Point2D(5, 5, 1), out));
-    EXPECT_TRUE(out.empty());
-
     const float inf = std::numeric_limits<float>::infinity();
     const float bad[] = {std::numeric_limits<float>::quiet_NaN(), inf, -inf, 3e38f, -3e38f};
     for (int which = 0; which < 20; ++which) {
@@ -139,47 +123,36 @@ TEST(Image, RealLinesAreClippedThenTruncated) {
     }
 }
 
-// Index arithmetic on pictures of 2^32 and more pixels, and one wider than
-// INT_MAX. The address space is reserved but never backed, so only touched
-// pages cost memory.
+// Index arithmetic past 2^32 pixels, and x past INT_MAX, on address space
+// reserved but never backed: only touched pages cost memory.
 TEST(Image, HugePicturesIndexWithoutOverflow) {
-    const std::size_t bytes = std::size_t{70000} * 65536; // ~4.6e9 > 2^32
+    const std::size_t bytes = std::size_t{70000} * 65536;
     void* mem = mmap(nullptr, bytes, PROT_READ | PROT_WRITE,
                      MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (mem == MAP_FAILED) {
         GTEST_SKIP() << "cannot reserve " << bytes << " bytes of address space";
     }
     auto* data = static_cast<unsigned char*>(mem);
-
     Image tall(data, 70000, 65536);
-    EXPECT_EQ(tall.setPixel(69999, 65535, 7), 0);
-    EXPECT_EQ(data[bytes - 1], 7);
-    EXPECT_EQ(tall.getPixel(69999, 65535), 7);
     std::vector<unsigned char> out;
+    EXPECT_EQ(tall.setPixel(69999, 65535, 7), 0);
+    EXPECT_TRUE(data[bytes - 1] == 7 && tall.getPixel(69999, 65535) == 7);
+    ASSERT_TRUE(tall.sampleLine(69000, 65535, 69999, 65500, out));
+    EXPECT_TRUE(out.size() == 1000u && out.back() == 0 && out.front() == 0);
     ASSERT_TRUE(tall.sampleColumn(69999, out));
     EXPECT_TRUE(out.size() == 65536u && out.back() == 7);
-    ASSERT_TRUE(tall.sampleLine(69999, 65000, 69000, 65535, out));
-    EXPECT_TRUE(out.size() == 1000u && out.front() == 0 && out.back() == 0);
-    ASSERT_TRUE(tall.sampleLine(Point2D(69999.5f, 1e9f, 1), Point2D(69999.5f, 65000, 1), out));
-    EXPECT_EQ(out.front(), 7);
-
-    // Wider than INT_MAX: negative x must not wrap onto a real pixel.
-    const unsigned wide = 3000000000u;
-    Image row(data, wide, 1);
+    // Wider than INT_MAX: a negative x must not wrap onto a real pixel.
+    Image row(data, 3000000000u, 1);
     EXPECT_EQ(row.setPixel(INT_MAX, 0, 9), 0);
-    EXPECT_EQ(data[INT_MAX], 9);
-    EXPECT_EQ(row.getPixel(INT_MAX, 0), 9);
+    EXPECT_TRUE(data[INT_MAX] == 9 && row.getPixel(INT_MAX, 0) == 9);
     data[std::size_t{1} << 31] = 11;
     EXPECT_EQ(row.getPixel(INT_MIN, 0) + row.setPixel(INT_MIN, 0, 1), 0);
     EXPECT_EQ(data[std::size_t{1} << 31], 11);
-    ASSERT_TRUE(row.sampleLine(wide - 3, 0, wide - 1, 0, out));
-    EXPECT_EQ(out.size(), 3u);
     munmap(mem, bytes);
 }
 
 // On random pictures: one turn is wrapped(y, H - 1 - x) everywhere, one pixel
-// beyond each side included, and its rows, columns, lines and writes agree
-// with that; four turns give the picture back.
+// beyond each side included, and its rows, columns, lines and writes agree.
 TEST(ImageRotate90, AgreesWithTheTurnEverywhere) {
     std::mt19937 rng(3);
     std::vector<unsigned char> a;
@@ -190,31 +163,20 @@ TEST(ImageRotate90, AgreesWithTheTurnEverywhere) {
         std::vector<unsigned char> pixels = randomPixels(rng, std::size_t{w} * h);
         Image image(pixels.data(), w, h);
         ImageRotate90 r1(image);
-        ImageRotate90 r2(r1);
-        ImageRotate90 r3(r2);
-        ImageRotate90 r4(r3);
         const unsigned W = r1.width();
         const unsigned H = r1.height();
-        ASSERT_TRUE(W == h && H == w && r4.width() == w && r4.height() == h);
+        ASSERT_TRUE(W == h && H == w && !r1.isEmpty());
         for (int y = -1; y <= int(H); ++y) {
             for (int x = -1; x <= int(W); ++x) {
                 const bool inside = x >= 0 && y >= 0 && x < int(W) && y < int(H);
                 ASSERT_EQ(r1.getPixel(x, y), inside ? image.getPixel(y, int(h) - 1 - x) : 0);
-                ASSERT_EQ(r4.getPixel(y, x), image.getPixel(y, x));
             }
         }
         for (unsigned r = 0; r < H; ++r) {
-            ASSERT_TRUE(r1.sampleRow(r, a));
-            ASSERT_EQ(a.size(), W);
+            ASSERT_TRUE(r1.sampleRow(r, a) && a.size() == W);
             for (unsigned x = 0; x < W; ++x) {
-                ASSERT_EQ(a[x], r1.getPixel(x, r));
-            }
-        }
-        for (unsigned c = 0; c < W; ++c) {
-            ASSERT_TRUE(r1.sampleColumn(c, a));
-            ASSERT_EQ(a.size(), H);
-            for (unsigned y = 0; y < H; ++y) {
-                ASSERT_EQ(a[y], r1.getPixel(c, y));
+                ASSERT_TRUE(a[x] == r1.getPixel(x, r) && r1.sampleColumn(x, b) && b.size() == H &&
+                            b[r] == a[x]);
             }
         }
         ASSERT_FALSE(r1.sampleRow(H, a) || r1.sampleColumn(W, a));
