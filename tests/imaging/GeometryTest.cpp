@@ -1,5 +1,4 @@
-// Points, lines, the geometry helpers and plane projective maps, against
-// closed forms, double precision computations and independent maps.
+// Points, lines, geometry helpers and projective maps against independent sums.
 #include "pdf417scan/imaging/GeometryUtils.h"
 #include "pdf417scan/imaging/Homography.h"
 #include "tests/support/Homography.h"
@@ -10,6 +9,7 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <tuple>
 #include <vector>
 
 namespace pdf417::test {
@@ -25,12 +25,10 @@ TEST(Point2D, MiddleAndDistanceAgainstDouble) {
     std::mt19937 rng(2);
     std::uniform_real_distribution<float> coord(-1000, 1000);
     for (int trial = 0; trial < 200; ++trial) {
-        const Point2D a(coord(rng), coord(rng), 5);
-        const Point2D b(coord(rng), coord(rng), 7);
-        const double dx = double(b.x()) - a.x();
-        const double dy = double(b.y()) - a.y();
-        EXPECT_FLOAT_EQ(Point2D::distance(a, b), float(std::hypot(dx, dy)));
+        const Point2D a(coord(rng), coord(rng), 5), b(coord(rng), coord(rng), 7);
         const Point2D m = Point2D::middle(a, b);
+        EXPECT_FLOAT_EQ(Point2D::distance(a, b),
+                        float(std::hypot(double(b.x()) - a.x(), double(b.y()) - a.y())));
         EXPECT_FLOAT_EQ(m.x(), float((double(a.x()) + b.x()) / 2));
         EXPECT_FLOAT_EQ(m.y(), float((double(a.y()) + b.y()) / 2));
         EXPECT_EQ(m.mass(), 1.0f);
@@ -66,9 +64,8 @@ TEST(Line2D, SpecialCases) {
     EXPECT_TRUE(out.x() == 7 && out.y() == 7);
 }
 
-// Random lines through a known point, made by either constructor, meet
-// there whichever comes first; the float rounding of C = x1·y2 - x2·y1 grows
-// with the coordinates and as the lines near parallel.
+// Lines through a known point, by either constructor, meet there whichever
+// comes first, within the float rounding of C = x1·y2 - x2·y1.
 TEST(Line2D, LinesThroughAPointMeetThere) {
     std::mt19937 rng(11);
     std::uniform_real_distribution<float> coord(-500, 500);
@@ -92,11 +89,7 @@ TEST(Line2D, LinesThroughAPointMeetThere) {
 
 TEST(GeometryUtils, ApproximateLineSpecialCases) {
     const float k = 0.70710677f;
-    struct Case {
-        std::vector<Point2D> points;
-        float a, b, c;
-    };
-    const Case cases[] = {
+    const std::tuple<std::vector<Point2D>, float, float, float> cases[] = {
         {{}, 1, 0, 0},
         {{Point2D(3, 4, 2)}, 1, 0, 0},
         {{Point2D(0, 0, 1), Point2D(10, 0, 1)}, 0, 1, -0.0f},
@@ -104,10 +97,10 @@ TEST(GeometryUtils, ApproximateLineSpecialCases) {
         {{Point2D(0, 0, 1), Point2D(10, 10, 1)}, k, -k, -0.0f},
         {{Point2D(0, 10, 1), Point2D(10, 0, 1)}, k, k, -k * 10},
     };
-    for (const Case& c : cases) {
-        const Line2D l = approximateLine(c.points, 0.01f);
-        EXPECT_TRUE(l.A() == c.a && l.B() == c.b && l.C() == c.c) << c.points.size();
-        EXPECT_EQ(std::signbit(l.C()), std::signbit(c.c));
+    for (const auto& [points, a, b, c] : cases) {
+        const Line2D l = approximateLine(points, 0.01f);
+        EXPECT_TRUE(l.A() == a && l.B() == b && l.C() == c) << points.size();
+        EXPECT_EQ(std::signbit(l.C()), std::signbit(c));
     }
 }
 
@@ -210,8 +203,7 @@ TEST(GeometryUtils, BoundLineExamplesAndNonFiniteInput) {
     }
 }
 
-// Random segments, some far outside: whatever is clipped lies in the image
-// and on the original line.
+// Random segments, some far outside, clip into the image and onto the line.
 TEST(GeometryUtils, BoundLineStaysInsideAndOnTheLine) {
     std::mt19937 rng(9);
     std::uniform_real_distribution<float> size(1, 400);
@@ -260,14 +252,12 @@ TEST(GeometryUtils, ScanRegionWalksInStepWithoutTheEnds) {
     }
 }
 
-// Fitted plane projective maps against the renderer's own closed-form maps
-// (an independent implementation).
+// Fitted projective maps against the renderer's own closed-form maps.
 TEST(HomographyFit, RecoversRandomPerspectiveMaps) {
     std::mt19937 rng(8);
     std::uniform_real_distribution<double> unit(0.0, 1.0);
     for (int trial = 0; trial < 200; ++trial) {
-        // A symbol-sized rectangle onto a random convex quadrilateral of a
-        // large frame.
+        // A symbol-sized rectangle onto a convex quadrilateral of a big frame.
         const double w = 100 + 300 * unit(rng);
         const double h = 10 + 60 * unit(rng);
         const double cx = 200 + 3000 * unit(rng);

@@ -1,5 +1,4 @@
-// The image over a caller's buffer and its quarter-turned view, against
-// getPixel, the closed form of the line walk and the turn's own formula.
+// The image over a caller's buffer and its quarter-turned view.
 #include "pdf417scan/imaging/Image.h"
 #include "pdf417scan/imaging/ImageRotate90.h"
 
@@ -7,6 +6,7 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstdlib>
@@ -18,17 +18,8 @@
 namespace pdf417 {
 namespace {
 
-std::vector<unsigned char> randomPixels(std::mt19937& rng, std::size_t n) {
-    std::vector<unsigned char> pixels(n);
-    for (auto& p : pixels) {
-        p = static_cast<unsigned char>(rng());
-    }
-    return pixels;
-}
-
-// The pixels of the integer walk, from the closed form of its error term:
-// after k major steps the minor coordinate has moved floor((2kd + M) / 2M)
-// times, M and d being the major and minor deltas; ties go to y.
+// The integer walk in closed form: after k major steps the minor coordinate
+// has moved floor((2kd + M) / 2M) times (deltas M, d); ties go to y.
 std::vector<std::pair<long, long>> referenceWalk(long x0, long y0, long x1, long y1) {
     const long dx = std::labs(x1 - x0);
     const long dy = std::labs(y1 - y0);
@@ -69,15 +60,15 @@ TEST(Image, PixelAccessIsBoundsChecked) {
     EXPECT_EQ(out, (std::vector<unsigned char>{3, 6}));
 }
 
-// Random segments on random pictures against the closed form of the walk;
-// an end outside the picture is refused with an empty vector.
+// Segments against the closed form; an end outside gives false and nothing.
 TEST(Image, IntegerLinesFollowTheWalk) {
     std::mt19937 rng(1);
     std::vector<unsigned char> out;
     for (int trial = 0; trial < 2000; ++trial) {
         const unsigned w = 1 + rng() % 60;
         const unsigned h = 1 + rng() % 60;
-        std::vector<unsigned char> px = randomPixels(rng, std::size_t{w} * h);
+        std::vector<unsigned char> px(std::size_t{w} * h);
+        std::generate(px.begin(), px.end(), [&] { return static_cast<unsigned char>(rng()); });
         Image img(px.data(), w, h);
         const unsigned x0 = rng() % w, y0 = rng() % h, x1 = rng() % w, y1 = rng() % h;
         ASSERT_TRUE(img.sampleLine(x0, y0, x1, y1, out));
@@ -160,7 +151,9 @@ TEST(ImageRotate90, AgreesWithTheTurnEverywhere) {
     for (int trial = 0; trial < 200; ++trial) {
         const unsigned w = 1 + rng() % 30;
         const unsigned h = 1 + rng() % 30;
-        std::vector<unsigned char> pixels = randomPixels(rng, std::size_t{w} * h);
+        std::vector<unsigned char> pixels(std::size_t{w} * h);
+        std::generate(pixels.begin(), pixels.end(),
+                      [&] { return static_cast<unsigned char>(rng()); });
         Image image(pixels.data(), w, h);
         ImageRotate90 r1(image);
         const unsigned W = r1.width();

@@ -1,5 +1,4 @@
-// Codewords, the vote table and the sampler that fills it, against libzint's
-// symbols and the row-indicator rules.
+// Codewords, the vote table and the sampler that fills it.
 #include "pdf417scan/sampling/Sampler.h"
 #include "pdf417scan/imaging/Image.h"
 #include "pdf417scan/locate/Cutter.h"
@@ -34,9 +33,8 @@ std::vector<int> votesOf(const MultiCodeWord<8>& cell) {
     return votes;
 }
 
-// Every value in every cluster, values past 928 invalid, a cluster past 2
-// ignored; a row indicator carries 30 per group of three rows and its
-// cluster says which row of the group.
+// Values past 928 are invalid, clusters past 2 ignored; a row indicator
+// carries 30 per group of three rows, its cluster the row in the group.
 TEST(CodeWord, ValuesClustersAndRowNumbers) {
     for (unsigned value = 0; value < 1100; ++value) {
         for (const unsigned cluster : {0u, 1u, 2u, 3u}) {
@@ -79,9 +77,8 @@ TEST(MultiCodeWord, EvictionTiesAndSaturation) {
             cell.add(cw0(static_cast<unsigned short>(100 + i)));
         }
     }
-    // A ninth candidate evicts the first slot with the fewest votes, two
-    // votes and all; the next newcomer (another cluster: a stranger) evicts
-    // that one again.
+    // A ninth candidate evicts the first slot with the fewest votes, all of
+    // them; the next (another cluster: a stranger) evicts it again.
     cell.add(cw0(200));
     EXPECT_EQ(cell.slots()[1].codeWord, cw0(200));
     EXPECT_EQ(votesOf(cell), (std::vector<int>{3, 1, 5, 2, 4, 2, 6, 3}));
@@ -166,9 +163,8 @@ TEST(MultiTable, GetDataFollowsTheLengthDescriptor) {
     }
 }
 
-// Symbols drawn by libzint: the synthesised row indicators match its own,
-// except the column term, which counts both indicator columns (two more
-// than the standard's data columns - 1); and a table voted full of its
+// The synthesised row indicators match libzint's but for the column term,
+// which counts both indicator columns; a table voted full of a symbol's
 // codewords hands back exactly its data and error correction codewords.
 TEST(MultiTable, AgainstLibzintSymbols) {
     auto table = std::make_unique<MultiTable>();
@@ -271,10 +267,9 @@ TEST(SamplerTableParameters, VoteRules) {
 }
 
 TEST(SamplerRows, FilterRowDropsLoneClusters) {
-    // Codewords of the given clusters (-1: unreadable), and what is left.
-    // Nothing goes at the ends, nor next to an unreadable codeword, nor
-    // between neighbours that disagree; left to right, a removal is seen by
-    // the next test; only lines of 2 to 30 codewords are filtered.
+    // Clusters in and out (-1: unreadable). Nothing goes at the ends, next to
+    // an unreadable codeword or between neighbours that disagree; a removal
+    // is seen by the next test; only lines of 2 to 30 are filtered.
     std::vector<int> thirty(30, 0), thirtyOne(31, 0);
     thirty[5] = thirtyOne[5] = 2;
     std::vector<int> filteredThirty = thirty;
@@ -314,9 +309,8 @@ TEST(SamplerRows, ApplyRowFollowsClusterChanges) {
     // The vote is filed under its row's cluster, whatever the codeword said.
     EXPECT_EQ(table->get(3, 4).codeWord.cluster(), CodeWord::Cluster3);
 
-    // Unreadable indicator: the row comes from the argument. With row 0, a
-    // codeword of cluster 6 while 0 is expected would lie above the table:
-    // no vote, and the expected cluster stays 0.
+    // Unreadable indicator: the row is the argument. Cluster 6 where 0 is
+    // expected in row 0 would lie above the table: no vote, cluster kept.
     table->clear();
     Sampler::applyRow(0, {CodeWord(), cw(21, 2), cw(22, 0), CodeWord(), cw(23, 1)}, *table);
     // Upwards from row 7 (cluster 3): cluster 0 is row 6.
@@ -326,10 +320,9 @@ TEST(SamplerRows, ApplyRowFollowsClusterChanges) {
               (std::vector<int>{-1, 22, 23, 31, 32}));
 }
 
-// On a rendered symbol whose row 7 has no left indicator (its scan lines
-// carry the row of the line before them), every cell reads its codeword;
-// sampling again with the same geometry adds the same votes again instead of
-// starting afresh; another geometry starts afresh.
+// Row 7 has no left indicator: its scan lines carry the row of the line
+// before and every cell reads. The same geometry again adds the same votes
+// again; another starts afresh.
 TEST(SamplerSample, ReadsEveryCellAndRepeatedSamplingDoublesTheVotes) {
     std::mt19937 rng(4);
     std::string message;
@@ -373,21 +366,30 @@ TEST(SamplerSample, ReadsEveryCellAndRepeatedSamplingDoublesTheVotes) {
         }
     }
 
-    // Another symbol's geometry clears the table first.
+    // Another symbol, its first three indicators blank: until one is read
+    // the carried row is 0, so the third row's codewords (cluster 6 where 0
+    // is expected) would lie above the table and cast no vote.
     Pdf417Modules other;
     ASSERT_TRUE(encodeMessageSymbol(MessageKind::Text, 17, 5, 3, 0.9, rng, message, other));
+    const auto otherTruth = symbolCodewords(other);
+    for (const int row : {0, 1, 2}) {
+        ASSERT_TRUE(drawCodeword(other, row, 0, -1));
+    }
     ASSERT_TRUE(lay(other, 17, image, lines, frame));
     ASSERT_TRUE(sampler.sample(image, lines, *twice) && sampler.sample(image, lines, *once));
     EXPECT_EQ(twice->height(), 17u);
     for (unsigned long row = 0; row < 17; ++row) {
         for (unsigned long column = 1; column <= 5; ++column) {
-            EXPECT_EQ(twice->get(column, row).score, once->get(column, row).score);
+            const CodeWordInfo read = once->get(column, row);
+            EXPECT_EQ(twice->get(column, row).score, read.score);
+            EXPECT_EQ(read.codeWord.isValid() ? int(read.codeWord.code()) : -1,
+                      row == 2 ? -1 : otherTruth[row][column])
+                << row << ", " << column;
         }
     }
 }
 
-// The column and row readers on synthetic lines over a blank picture: how
-// many codewords they append, and when they refuse.
+// The column and row readers over a blank picture: counts and refusals.
 TEST(SamplerLines, CountsAndRefusals) {
     std::vector<unsigned char> paper(120 * 80, 200);
     const Image image(paper.data(), 120, 80);
@@ -415,8 +417,7 @@ TEST(SamplerLines, CountsAndRefusals) {
     EXPECT_FALSE(sampler.sampleRow(image, five, left, right, 0, out) ||
                  sampler.sampleRow(image, five, Point2D(30, 10, 1), Point2D(30, 30, 1), 9, out) ||
                  sampler.sampleRow(image, {five[0]}, left, right, 9, out));
-    // The sweep needs four lines; nothing readable fails the geometry vote
-    // and leaves the table.
+    // The sweep needs four lines; nothing readable leaves the table as it was.
     auto table = std::make_unique<MultiTable>();
     table->clear(4, 3, 0);
     Sampler::ColumnLines three(five.begin(), five.begin() + 3);
