@@ -141,21 +141,21 @@ TEST(CodeWordRecognizer, DecodeMeasuresDistancesInWholeModules) {
 // first, bars widened by `spread` modules, blurred by `sigma` samples.
 std::vector<float> profileOf(const std::vector<std::uint8_t>& modules, double spm, double start,
                              double spread, double sigma, std::mt19937& rng) {
-    std::vector<std::uint8_t> fine(modules.size() * 100 + 200, 0);
+    std::vector<std::uint8_t> fine(modules.size() * 20 + 40, 0);
     for (std::size_t i = 0; i < fine.size(); ++i) {
-        const double u = (static_cast<double>(i) + 0.5) / 100.0 - 1.0;
+        const double u = (static_cast<double>(i) + 0.5) / 20.0 - 1.0;
         for (std::size_t m = 0; m < modules.size() && !fine[i]; ++m) {
             fine[i] = modules[m] && u >= m - spread / 2 && u < m + 1 + spread / 2;
         }
     }
     LineStyle style;
-    style.pixelsPerModule = spm / 100.0;
+    style.pixelsPerModule = spm / 20.0;
     style.blurSigma = sigma;
     style.dark = 40.0;
     style.light = 200.0;
-    const double from = 100.0 * (1.0 - start);
+    const double from = 20.0 * (1.0 - start);
     const auto samples = renderModuleLine(
-        fine, from, from + 100.0 * (static_cast<double>(modules.size()) + 2 * start), style, rng);
+        fine, from, from + 20.0 * (static_cast<double>(modules.size()) + 2 * start), style, rng);
     return std::vector<float>(samples.begin(), samples.end());
 }
 
