@@ -276,7 +276,7 @@ TEST(DetectorCorners, CraftedFramesGiveExactCorners) {
             continue;
         }
         ASSERT_TRUE(detector.detect(image, corners));
-        // Upright, a squeezed line's first run is a sample long: the outer
+        // Upright, a squeezed line's first run is a sample too long: the outer
         // edge is the bar's second pixel; mirrored, the stop is measured from
         // the line's end.
         const double xo = c.mirror ? kWidth - 1 - kStartAt : kStartAt + 1;
