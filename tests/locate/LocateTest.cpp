@@ -488,6 +488,7 @@ TEST(CutterFindAge, LandsNextToTheRise) {
     }
     EXPECT_EQ(cutter.findAge({255, 255, 255, 0, 0, 0, 0, 255, 255}), -2);
     EXPECT_EQ(cutter.findAge({0, 0, 0, 0, 0, 255, 255, 255, 0}), 2);
+    EXPECT_EQ(cutter.findAge({200, 200, 200, 100, 100, 100, 0, 0, 0}), -2); // the mean is dark
     std::mt19937 rng(11);
     for (int trial = 0; trial < 2000; ++trial) {
         const int size = 4 + static_cast<int>(rng() % 40);

@@ -387,6 +387,8 @@ TEST(SamplerSample, ReadsEveryCellAndRepeatedSamplingDoublesTheVotes) {
                 << row << ", " << column;
         }
     }
+    sampler.tableHooks.push_back([](Sampler&, MultiTable&) { return false; }); // a veto
+    EXPECT_FALSE(sampler.sample(image, lines, *once));
 }
 
 // The column and row readers over a blank picture: counts and refusals.
