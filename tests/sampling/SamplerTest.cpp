@@ -21,8 +21,14 @@
 namespace pdf417::test {
 namespace {
 
+using Params = Sampler::BarcodeParameters;
+
+CodeWord cw(unsigned short value, int cluster) {
+    return CodeWord(value, static_cast<CodeWord::ECluster>(cluster));
+}
+
 CodeWord cw0(unsigned short value) {
-    return CodeWord(value, CodeWord::Cluster0);
+    return cw(value, 0);
 }
 
 std::vector<int> votesOf(const MultiCodeWord<8>& cell) {
@@ -213,12 +219,6 @@ TEST(MultiTable, AgainstLibzintSymbols) {
         }
     }
     EXPECT_GE(symbols, 30);
-}
-
-using Params = Sampler::BarcodeParameters;
-
-CodeWord cw(unsigned short value, int cluster) {
-    return CodeWord(value, static_cast<CodeWord::ECluster>(cluster));
 }
 
 // Left row indicators: cluster 0 carries (rows - 1) / 3, cluster 3 carries
