@@ -1,12 +1,15 @@
+// The image over a caller's buffer and its quarter-turned view.
 #include "pdf417scan/imaging/Image.h"
+#include "pdf417scan/imaging/ImageRotate90.h"
 
 #include <gtest/gtest.h>
 
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
-#include <cstdint>
+#include <cstdlib>
 #include <limits>
 #include <random>
 #include <utility>
@@ -15,17 +18,8 @@
 namespace pdf417 {
 namespace {
 
-std::vector<unsigned char> randomPixels(std::mt19937& rng, std::size_t n) {
-    std::vector<unsigned char> pixels(n);
-    for (auto& p : pixels) {
-        p = static_cast<unsigned char>(rng());
-    }
-    return pixels;
-}
-
-// The pixels of the integer walk, from the closed form of its error term:
-// after k major steps the minor coordinate has moved floor((2kd + M) / 2M)
-// times, M and d being the major and minor deltas.
+// The integer walk in closed form: after k major steps the minor coordinate
+// has moved floor((2kd + M) / 2M) times (deltas M, d); ties go to y.
 std::vector<std::pair<long, long>> referenceWalk(long x0, long y0, long x1, long y1) {
     const long dx = std::labs(x1 - x0);
     const long dy = std::labs(y1 - y0);
@@ -50,8 +44,7 @@ TEST(Image, PixelAccessIsBoundsChecked) {
     EXPECT_TRUE(image.width() == 3 && image.height() == 2 && !image.isEmpty());
     EXPECT_TRUE(Image(pixels.data(), 0, 2).isEmpty() && Image(pixels.data(), 3, 0).isEmpty());
     for (auto [x, y] : {std::pair{-1, 0}, {3, 0}, {0, -1}, {0, 2}, {INT_MIN, INT_MIN}}) {
-        EXPECT_EQ(image.getPixel(x, y), 0);
-        EXPECT_EQ(image.setPixel(x, y, 99), 0);
+        EXPECT_EQ(image.getPixel(x, y) + image.setPixel(x, y, 99), 0);
     }
     EXPECT_EQ(pixels, (std::vector<unsigned char>{1, 2, 3, 4, 5, 6}));
     EXPECT_EQ(image.getPixel(2, 1), 6);
@@ -67,20 +60,19 @@ TEST(Image, PixelAccessIsBoundsChecked) {
     EXPECT_EQ(out, (std::vector<unsigned char>{3, 6}));
 }
 
-// Random segments on random pictures against the closed form of the walk;
-// an end outside the picture is refused with an empty vector.
+// Segments against the closed form; an end outside gives false and nothing.
 TEST(Image, IntegerLinesFollowTheWalk) {
     std::mt19937 rng(1);
     std::vector<unsigned char> out;
     for (int trial = 0; trial < 2000; ++trial) {
         const unsigned w = 1 + rng() % 60;
         const unsigned h = 1 + rng() % 60;
-        std::vector<unsigned char> px = randomPixels(rng, std::size_t{w} * h);
+        std::vector<unsigned char> px(std::size_t{w} * h);
+        std::generate(px.begin(), px.end(), [&] { return static_cast<unsigned char>(rng()); });
         Image img(px.data(), w, h);
         const unsigned x0 = rng() % w, y0 = rng() % h, x1 = rng() % w, y1 = rng() % h;
         ASSERT_TRUE(img.sampleLine(x0, y0, x1, y1, out));
         const auto walk = referenceWalk(x0, y0, x1, y1);
-        ASSERT_EQ(out.size(), std::max(std::labs(long(x1) - x0), std::labs(long(y1) - y0)) + 1);
         ASSERT_EQ(walk.size(), out.size());
         for (std::size_t i = 0; i < walk.size(); ++i) {
             ASSERT_EQ(out[i], img.getPixel(walk[i].first, walk[i].second))
@@ -101,93 +93,115 @@ TEST(Image, RealLinesAreClippedThenTruncated) {
     std::vector<unsigned char> out;
     ASSERT_TRUE(image.sampleLine(Point2D(-10.0f, 5.5f, 1.0f), Point2D(50.7f, 5.5f, 1.0f), out));
     ASSERT_EQ(out.size(), 51u);
-    EXPECT_EQ(out.front(), 0);
-    EXPECT_EQ(out.back(), 50);
-
+    EXPECT_TRUE(out.front() == 0 && out.back() == 50);
     // Both ends to the left: nothing to clip, and the vector is emptied.
     out.assign(3, 1);
     EXPECT_FALSE(image.sampleLine(Point2D(-10, 5, 1), Point2D(-1, 50, 1), out));
     EXPECT_TRUE(out.empty());
-
-    // A clip is never refused by the integer sampler here, since the clip
-    // lands on the last row or column, not one past it.
+    // A clip lands on the last column, not one past it: never refused here.
     ASSERT_TRUE(image.sampleLine(Point2D(50, 50, 1), Point2D(150, 50, 1), out));
     EXPECT_EQ(out.size(), 50u);
 
-    // The integer call goes through the virtual interface, and its refusal
-    // still gives true, with an empty vector.
-    struct Refusing : Image {
-        using Image::Image;
-        using Image::sampleLine;
-        bool sampleLine(unsigned, unsigned, unsigned, unsigned,
-                        std::vector<unsigned char>& o) const override {
-            o.clear();
-            return false;
-        }
-    };
-    const Refusing refusing(pixels.data(), 100, 100);
-    out.assign(3, 1);
-    EXPECT_TRUE(refusing.sampleLine(Point2D(1, 1, 1), Point2D(5, 5, 1), out));
-    EXPECT_TRUE(out.empty());
-
     const float inf = std::numeric_limits<float>::infinity();
-    const float nan = std::numeric_limits<float>::quiet_NaN();
-    const float bad[] = {nan, inf, -inf, 3e38f, -3e38f};
-    for (float v : bad) {
-        for (int which = 0; which < 4; ++which) {
-            float c[4] = {10, 20, 30, 40};
-            c[which] = v;
-            out.assign(3, 1);
-            const bool ok = image.sampleLine(Point2D(c[0], c[1], 1), Point2D(c[2], c[3], 1), out);
-            if (std::isnan(v) || std::isinf(v)) {
-                EXPECT_FALSE(ok) << v << " at " << which;
-                EXPECT_TRUE(out.empty());
-            }
-            EXPECT_LE(out.size(), 100u); // huge finite ends clip or fail
-        }
+    const float bad[] = {std::numeric_limits<float>::quiet_NaN(), inf, -inf, 3e38f, -3e38f};
+    for (int which = 0; which < 20; ++which) {
+        float c[4] = {10, 20, 30, 40};
+        c[which % 4] = bad[which / 4];
+        out.assign(3, 1);
+        const bool ok = image.sampleLine(Point2D(c[0], c[1], 1), Point2D(c[2], c[3], 1), out);
+        EXPECT_TRUE(std::isfinite(bad[which / 4]) || (!ok && out.empty())) << which;
+        EXPECT_LE(out.size(), 100u); // huge finite ends clip or fail
     }
 }
 
-// Index arithmetic on pictures of 2^31 and more pixels, and one wider than
-// INT_MAX. The address space is reserved but never backed, so only touched
-// pages cost memory.
+// Index arithmetic past 2^32 pixels, and x past INT_MAX, on address space
+// reserved but never backed: only touched pages cost memory.
 TEST(Image, HugePicturesIndexWithoutOverflow) {
-    const std::size_t bytes = std::size_t{70000} * 65536; // ~4.6e9 > 2^32
+    const std::size_t bytes = std::size_t{70000} * 65536;
     void* mem = mmap(nullptr, bytes, PROT_READ | PROT_WRITE,
                      MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (mem == MAP_FAILED) {
         GTEST_SKIP() << "cannot reserve " << bytes << " bytes of address space";
     }
     auto* data = static_cast<unsigned char*>(mem);
-
     Image tall(data, 70000, 65536);
-    EXPECT_EQ(tall.setPixel(69999, 65535, 7), 0);
-    EXPECT_EQ(data[bytes - 1], 7);
-    EXPECT_EQ(tall.getPixel(69999, 65535), 7);
     std::vector<unsigned char> out;
+    EXPECT_EQ(tall.setPixel(69999, 65535, 7), 0);
+    EXPECT_TRUE(data[bytes - 1] == 7 && tall.getPixel(69999, 65535) == 7);
+    ASSERT_TRUE(tall.sampleLine(69000, 65535, 69999, 65500, out));
+    EXPECT_TRUE(out.size() == 1000u && out.back() == 0 && out.front() == 0);
     ASSERT_TRUE(tall.sampleColumn(69999, out));
-    EXPECT_EQ(out.size(), 65536u);
-    EXPECT_EQ(out.back(), 7);
-    ASSERT_TRUE(tall.sampleLine(69999, 0, 4464, 65535, out));
-    EXPECT_EQ(out.size(), 65536u);
-    EXPECT_EQ(out.back(), 0);
-    ASSERT_TRUE(tall.sampleLine(Point2D(69999.5f, 1e9f, 1), Point2D(69999.5f, 65000, 1), out));
-    EXPECT_EQ(out.front(), 7);
-
-    // Wider than INT_MAX: negative x must not wrap onto a real pixel.
-    const unsigned wide = 3000000000u;
-    Image row(data, wide, 1);
+    EXPECT_TRUE(out.size() == 65536u && out.back() == 7);
+    // Wider than INT_MAX: a negative x must not wrap onto a real pixel.
+    Image row(data, 3000000000u, 1);
     EXPECT_EQ(row.setPixel(INT_MAX, 0, 9), 0);
-    EXPECT_EQ(data[INT_MAX], 9);
-    EXPECT_EQ(row.getPixel(INT_MAX, 0), 9);
+    EXPECT_TRUE(data[INT_MAX] == 9 && row.getPixel(INT_MAX, 0) == 9);
     data[std::size_t{1} << 31] = 11;
-    EXPECT_EQ(row.getPixel(INT_MIN, 0), 0);
-    EXPECT_EQ(row.setPixel(INT_MIN, 0, 1), 0);
+    EXPECT_EQ(row.getPixel(INT_MIN, 0) + row.setPixel(INT_MIN, 0, 1), 0);
     EXPECT_EQ(data[std::size_t{1} << 31], 11);
-    ASSERT_TRUE(row.sampleLine(wide - 3, 0, wide - 1, 0, out));
-    EXPECT_EQ(out.size(), 3u);
-
     munmap(mem, bytes);
+}
+
+// On random pictures: one turn is wrapped(y, H - 1 - x) everywhere, one pixel
+// beyond each side included, and its rows, columns, lines and writes agree.
+TEST(ImageRotate90, AgreesWithTheTurnEverywhere) {
+    std::mt19937 rng(3);
+    std::vector<unsigned char> a;
+    std::vector<unsigned char> b;
+    for (int trial = 0; trial < 200; ++trial) {
+        const unsigned w = 1 + rng() % 30;
+        const unsigned h = 1 + rng() % 30;
+        std::vector<unsigned char> pixels(std::size_t{w} * h);
+        std::generate(pixels.begin(), pixels.end(),
+                      [&] { return static_cast<unsigned char>(rng()); });
+        Image image(pixels.data(), w, h);
+        ImageRotate90 r1(image);
+        const unsigned W = r1.width();
+        const unsigned H = r1.height();
+        ASSERT_TRUE(W == h && H == w && !r1.isEmpty());
+        for (int y = -1; y <= int(H); ++y) {
+            for (int x = -1; x <= int(W); ++x) {
+                const bool inside = x >= 0 && y >= 0 && x < int(W) && y < int(H);
+                ASSERT_EQ(r1.getPixel(x, y), inside ? image.getPixel(y, int(h) - 1 - x) : 0);
+            }
+        }
+        for (unsigned r = 0; r < H; ++r) {
+            ASSERT_TRUE(r1.sampleRow(r, a) && a.size() == W);
+            for (unsigned x = 0; x < W; ++x) {
+                ASSERT_TRUE(a[x] == r1.getPixel(x, r) && r1.sampleColumn(x, b) && b.size() == H &&
+                            b[r] == a[x]);
+            }
+        }
+        ASSERT_FALSE(r1.sampleRow(H, a) || r1.sampleColumn(W, a));
+        for (int line = 0; line < 10; ++line) {
+            const unsigned x0 = rng() % W, y0 = rng() % H, x1 = rng() % W, y1 = rng() % H;
+            ASSERT_TRUE(r1.sampleLine(x0, y0, x1, y1, a));
+            ASSERT_TRUE(image.sampleLine(y0, h - 1 - x0, y1, h - 1 - x1, b));
+            ASSERT_EQ(a, b);
+            const Point2D p(float(x0) + 0.5f, float(y0) + 0.25f, 3);
+            const Point2D q(float(x1) + 0.75f, float(y1), 3);
+            const bool ok = r1.sampleLine(p, q, a);
+            ASSERT_EQ(ok, image.sampleLine(Point2D(p.y(), float(h - 1) - p.x(), 1),
+                                           Point2D(q.y(), float(h - 1) - q.x(), 1), b));
+            ASSERT_EQ(a, b);
+        }
+        ASSERT_FALSE(r1.sampleLine(0, 0, W, 0, a));
+        ASSERT_TRUE(a.empty());
+
+        // Writes go through to the wrapped pixel and return the old value;
+        // outside the view nothing is written.
+        const unsigned x = rng() % W, y = rng() % H;
+        const auto old = image.getPixel(int(y), int(h - 1 - x));
+        ASSERT_EQ(r1.setPixel(int(x), int(y), static_cast<unsigned char>(old ^ 0x5A)), old);
+        ASSERT_EQ(image.getPixel(int(y), int(h - 1 - x)), old ^ 0x5A);
+        const std::vector<unsigned char> before = pixels;
+        ASSERT_EQ(r1.setPixel(int(W), 0, 9) + r1.setPixel(-1, 0, 9), 0);
+        ASSERT_EQ(pixels, before);
+    }
+    std::vector<unsigned char> some(4);
+    Image empty(some.data(), 0, 4);
+    EXPECT_TRUE(ImageRotate90(empty).isEmpty());
+    EXPECT_FALSE(ImageRotate90(empty).sampleLine(Point2D(0, 0, 1), Point2D(3, 3, 1), a));
 }
 
 } // namespace
