@@ -254,6 +254,10 @@ TEST(GeometryUtils, ScanRegionWalksInStepWithoutTheEnds) {
 
 // Fitted projective maps against the renderer's own closed-form maps.
 TEST(HomographyFit, RecoversRandomPerspectiveMaps) {
+    // A map never fitted is the identity.
+    const Point2D same = pdf417::Homography()(12.5, -3.25);
+    EXPECT_EQ(same.x(), 12.5f);
+    EXPECT_EQ(same.y(), -3.25f);
     std::mt19937 rng(8);
     std::uniform_real_distribution<double> unit(0.0, 1.0);
     for (int trial = 0; trial < 200; ++trial) {

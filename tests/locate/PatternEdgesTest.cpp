@@ -1,0 +1,137 @@
+// The precise chain's locating stages against the renderer's truth: every
+// start and stop hit lies on the pattern's true outer and inner edges with
+// the true module, in every scan direction, and the edge lines fitted to
+// them run along the true edges; stray matches elsewhere make no line.
+#include "pdf417scan/locate/EdgeLineFinder.h"
+#include "pdf417scan/locate/PatternScanner.h"
+#include "tests/support/ModuleGrid.h"
+#include "tests/support/SymbolRenderer.h"
+#include "tests/support/ZintPdf417.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+#include <vector>
+
+namespace pdf417::test {
+namespace {
+
+// Distance of p from the symbol's vertical line u (modules), in pixels.
+double offLine(const SymbolRenderer::Frame& f, double u, const Point2D& p) {
+    const Vec2 a = f.toFrame(u, 0);
+    const Vec2 b = f.toFrame(u, f.heightModules);
+    const double dx = b.x - a.x, dy = b.y - a.y;
+    return std::fabs((p.x() - a.x) * dy - (p.y() - a.y) * dx) / std::hypot(dx, dy);
+}
+
+TEST(PatternEdges, HitsAndLinesLieOnTheTrueEdges) {
+    Pdf417Modules symbol;
+    ASSERT_TRUE(
+        encodePdf417("Edges of the start and stop patterns, at every angle.", {4, 2, 12}, symbol));
+    const ModuleGrid grid(symbol);
+    std::mt19937 rng(3);
+    PatternScanner scanner;
+    EdgeLineFinder finder;
+    std::vector<EdgeLine> lines;
+    for (const double angle : {0.0, 17.0, 45.0, 90.0, 133.0, 180.0, 250.0, 313.0}) {
+        SCOPED_TRACE(angle);
+        SymbolRenderer::Options options;
+        options.frameWidth = 640;
+        options.frameHeight = 480;
+        options.moduleWidth = 2.5 + (rng() % 10) / 10.0;
+        options.rotationDegrees = angle;
+        options.blurSigma = 0.4;
+        SymbolRenderer::Frame frame = SymbolRenderer().render(grid, options);
+        const double width = frame.widthModules;
+        const double module = frame.modulePixels;
+        Image image = frame.image();
+        scanner.scan(image, PatternScanner::Settings());
+        int starts = 0, stops = 0, onInner = 0;
+        int directions = 0; // which scan directions found the edges
+        for (const PatternHit& h : scanner.hits()) {
+            const bool start = h.kind == PatternHit::Start;
+            // Outer edge at u 0 (start) or the grid's end (stop), inner edge a
+            // pattern's width in; data codewords may look like a pattern
+            // now and then, and those hits lie elsewhere.
+            if (offLine(frame, start ? 0.0 : width, h.outer) > 0.6 * module) {
+                continue;
+            }
+            // A scan line leaving the symbol at a corner cuts the pattern
+            // short: most hits, not all, end on the inner edge.
+            onInner += offLine(frame, start ? 17.0 : width - 18.0, h.inner) < 0.6 * module ? 1 : 0;
+            // Along the scan line a slanted pattern looks wider, never narrower.
+            EXPECT_GT(h.module, 0.93 * module);
+            EXPECT_GT(h.contrast, 100.0f);
+            (start ? starts : stops) += 1;
+            directions |= 1 << h.direction;
+        }
+        EXPECT_GE(starts, 3);
+        EXPECT_GE(stops, 3);
+        EXPECT_GE(onInner, (starts + stops) * 4 / 5);
+        // Upright rows and columns cross the patterns; diagonals at 45.
+        if (angle == 45.0) {
+            EXPECT_NE(directions & 0xC, 0);
+        }
+
+        finder.find(scanner.hits(), 4, lines);
+        ASSERT_GE(lines.size(), 2u);
+        for (const EdgeLine& line : lines) {
+            if (line.support < 3) {
+                continue;
+            }
+            const bool start = line.kind == PatternHit::Start;
+            const double u = start ? 0.0 : width;
+            // Both ends of the traced stretch on the true edge, its module
+            // the true one across it, its normal pointing into the symbol.
+            EXPECT_LT(offLine(frame, u, line.at(line.from)), 0.5 * module);
+            EXPECT_LT(offLine(frame, u, line.at(line.to)), 0.5 * module);
+            EXPECT_NEAR(line.module, module, 0.08 * module);
+            const Vec2 inside = frame.toFrame(width / 2, frame.heightModules / 2);
+            EXPECT_GT(line.depth(Point2D(static_cast<float>(inside.x), static_cast<float>(inside.y),
+                                         1.0f)),
+                      0.0f);
+            EXPECT_LT(offLine(frame, start ? 17.0 : width - 18.0,
+                              Point2D(line.innerOrigin.x(), line.innerOrigin.y(), 1.0f)),
+                      0.6 * module);
+        }
+    }
+
+    // Hits along a vertical edge, each a little off it: the fitted line
+    // runs through all of them, far straighter than any two would say.
+    std::vector<PatternHit> edge;
+    for (int i = 0; i < 20; ++i) {
+        PatternHit h;
+        const float jitter = (i % 3 == 0 ? 0.6f : -0.3f) * (i % 2 ? 1.0f : -1.0f);
+        h.outer = Point2D(100.0f + jitter, 10.0f + 10.0f * static_cast<float>(i), 1.0f);
+        h.inner = Point2D(h.outer.x() + 51.0f, h.outer.y(), 1.0f);
+        h.module = 3.0f;
+        edge.push_back(h);
+    }
+    finder.find(edge, 1, lines);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].support, 20);
+    EXPECT_LT(std::fabs(lines[0].tx), 0.004f); // a quarter of a degree
+    EXPECT_NEAR(lines[0].module, 3.0f, 0.05f);
+    EXPECT_NEAR(lines[0].to - lines[0].from, 190.0f, 1.0f);
+
+    // Stray pattern-like runs scattered over paper line up into no edge.
+    std::vector<PatternHit> strays;
+    for (int i = 0; i < 200; ++i) {
+        PatternHit h;
+        h.kind = i % 2 ? PatternHit::Start : PatternHit::Stop;
+        const float x = static_cast<float>(rng() % 1000), y = static_cast<float>(rng() % 1000);
+        const float a = static_cast<float>(rng() % 628) / 100.0f;
+        h.outer = Point2D(x, y, 1.0f);
+        h.inner = Point2D(x + 51.0f * std::cos(a), y + 51.0f * std::sin(a), 1.0f);
+        h.module = 3.0f;
+        strays.push_back(h);
+    }
+    finder.find(strays, 4, lines);
+    for (const EdgeLine& line : lines) {
+        EXPECT_LT(line.support, 4);
+    }
+}
+
+} // namespace
+} // namespace pdf417::test
