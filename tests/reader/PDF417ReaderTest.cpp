@@ -220,6 +220,16 @@ TEST(PDF417ReaderResults, OneFramePerStage) {
 
     EXPECT_EQ(decode(render(symbol()), 0), PDF417Reader::Success);
     EXPECT_EQ(text(out), kMessage);
+
+    // A blank cell is an erasure at its own place in the word. Level 1
+    // affords one erasure and no error: the cell named at any other place
+    // would be an error there besides an erasure elsewhere, and refused.
+    for (const auto& [row, column] : {std::pair{0, 2}, {7, 4}, {11, 1}}) {
+        Pdf417Modules blot = symbol();
+        ASSERT_TRUE(drawCodeword(blot, row, column, -1));
+        EXPECT_EQ(decode(render(blot), 0), PDF417Reader::Success) << row << ", " << column;
+        EXPECT_EQ(text(out), kMessage);
+    }
 }
 
 // A symbol whose length descriptor is 1 carries no data: the reading succeeds
