@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdio>
 #include <cstdlib>
 #include <new>
 #include <random>
@@ -124,14 +123,11 @@ TEST(RS929Corrector, CorrectsAnyDamageWithinCapacity) {
     RS929Corrector corrector;
     RS929Corrector::Result result;
     const std::size_t odd[] = {1, 3, 5, 12, 100, 333, 927};
-    for (int trial = 0; trial < 600; ++trial) {
+    for (int trial = 0; trial < 240; ++trial) {
         const std::size_t k = trial % 4 == 3 ? odd[rng() % 7] : _ecs[trial % 9];
         const std::size_t n = trial % 10 == 0 ? 928 : k + 1 + rng() % (928 - k);
         const Word original = makeCodeword(rng, n, k);
-        if (trial % 4 == 3) {
-            ASSERT_TRUE(isCodeword(original, k)); // the encoder's are tested on their own
-        }
-        for (int round = 0; round < 8; ++round) {
+        for (int round = 0; round < 6; ++round) {
             std::size_t erased = rng() % (k + 1);
             std::size_t errors = rng() % ((k - erased) / 2 + 1);
             if (round == 0) {
@@ -156,61 +152,48 @@ TEST(RS929Corrector, CorrectsAnyDamageWithinCapacity) {
 
 // Past capacity the word comes back untouched with a refusal, or as a
 // codeword that the counts describe and that lies within capacity of the
-// damaged word. How often it is the wrong codeword is printed, not asserted.
+// damaged word: errors alone, e = k/2 + beyond, in even trials; in odd ones
+// errors beside erasures, 2e + f = k + 2 beyond.
 TEST(RS929Corrector, BeyondCapacityRefusesOrLandsOnANearCodeword) {
     std::mt19937 rng(5);
     RS929Corrector corrector;
     RS929Corrector::Result result;
-    const int trials = 1200;
-    for (unsigned level = 0; level < 5; ++level) {
-        const std::size_t k = _ecs[level];
-        for (std::size_t beyond = 1; beyond <= 3; ++beyond) {
-            // [0]: errors alone, e = k/2 + beyond; [1]: errors beside erasures.
-            int tried[2] = {}, accepted[2] = {}, wrong[2] = {};
-            Word original;
-            for (int trial = 0; trial < trials; ++trial) {
-                if (trial % 20 == 0) {
-                    original = makeCodeword(rng, k + 1 + rng() % (928 - k), k);
-                }
-                const std::size_t n = original.size();
-                // Errors alone, e = k/2 + beyond, in even trials; in odd ones
-                // errors beside erasures with 2e + f = k + 2 beyond, as far
-                // past capacity.
-                std::size_t erased = trial % 2 == 0 ? 0 : 2 + 2 * (rng() % (k / 2));
-                std::size_t errors = (k + 2 * beyond - erased) / 2;
-                if (errors + erased > n) {
-                    erased = 0;
-                    errors = std::min(n, k / 2 + beyond);
-                }
-                const int kind = erased > 0;
-                ++tried[kind];
-                Word word = original;
-                const std::vector<std::uint32_t> erasures = damage(rng, word, errors, erased);
-                const Word damaged = word;
-                result.errors = result.erasures = 99;
-                if (!corrector.correct(word, k, erasures, result)) {
-                    ASSERT_EQ(word, damaged);
-                    ASSERT_EQ(result.errors + result.erasures, 0u);
-                    continue;
-                }
-                ++accepted[kind];
-                ASSERT_TRUE(isCodeword(word, k));
-                const std::set<std::uint32_t> named(erasures.begin(), erasures.end());
-                std::size_t changed = 0;
-                for (std::size_t i = 0; i < n; ++i) {
-                    changed += !named.count(static_cast<std::uint32_t>(i)) && word[i] != damaged[i];
-                }
-                ASSERT_EQ(result.errors, changed);
-                ASSERT_EQ(result.erasures, named.size());
-                ASSERT_LE(2 * changed + named.size(), k);
-                wrong[kind] += word != original;
-            }
-            std::printf("level %u, k/2 + %zu errors: %d of %d accepted, %d wrong codewords; "
-                        "with erasures as far past: %d of %d accepted, %d wrong\n",
-                        level, beyond, accepted[0], tried[0], wrong[0], accepted[1], tried[1],
-                        wrong[1]);
+    int refused = 0;
+    Word original;
+    for (int trial = 0; trial < 3000; ++trial) {
+        const std::size_t k = _ecs[trial / 600];
+        const std::size_t beyond = 1 + trial % 3;
+        if (trial % 20 == 0) {
+            original = makeCodeword(rng, k + 1 + rng() % (928 - k), k);
         }
+        const std::size_t n = original.size();
+        std::size_t erased = trial % 2 == 0 ? 0 : 2 + 2 * (rng() % (k / 2));
+        std::size_t errors = (k + 2 * beyond - erased) / 2;
+        if (errors + erased > n) {
+            erased = 0;
+            errors = std::min(n, k / 2 + beyond);
+        }
+        Word word = original;
+        const std::vector<std::uint32_t> erasures = damage(rng, word, errors, erased);
+        const Word damaged = word;
+        result.errors = result.erasures = 99;
+        if (!corrector.correct(word, k, erasures, result)) {
+            ++refused;
+            ASSERT_EQ(word, damaged);
+            ASSERT_EQ(result.errors + result.erasures, 0u);
+            continue;
+        }
+        ASSERT_TRUE(isCodeword(word, k));
+        const std::set<std::uint32_t> named(erasures.begin(), erasures.end());
+        std::size_t changed = 0;
+        for (std::size_t i = 0; i < n; ++i) {
+            changed += !named.count(static_cast<std::uint32_t>(i)) && word[i] != damaged[i];
+        }
+        ASSERT_EQ(result.errors, changed);
+        ASSERT_EQ(result.erasures, named.size());
+        ASSERT_LE(2 * changed + named.size(), k);
     }
+    EXPECT_GT(refused, 1800);
 }
 
 TEST(RS929Corrector, RefusesWhatIsNotAWord) {

@@ -173,90 +173,39 @@ std::string randomText(int eci, std::size_t length, std::mt19937& rng) {
     return text;
 }
 
-// UTF-8 text given to libzint under an ECI comes back as the same text, with
-// the ECI covering the message; under a character set this build cannot read
-// the bytes stay and the text says so.
+// UTF-8 text given to libzint in one to four segments, each under an ECI of
+// its own, in text, digits and bytes: one range per segment, in order and
+// back to back, each holding its segment's bytes, and the text as given
+// wherever this build reads every segment's character set. ECI numbers past
+// the character sets keep their bytes, read as nothing.
 TEST(MessageDecoder, EciRoundTrip) {
-    const int ecis[] = {3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 15, 16, 17, 18, 20,
-                        21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31, 32, 33, 34, 35, 170};
+    const int ecis[] = {3,  4,  5,  6,  7,  8,  9,  10,  11,  12,   13,     15,     16,
+                        17, 18, 20, 21, 22, 23, 24, 25,  26,  27,   28,     29,     30,
+                        31, 32, 33, 34, 35, 26, 26, 170, 899, 1000, 810899, 811799, 900};
     std::mt19937 rng(927);
-    MessageDecoder decoder;
-    EciTextConverter converter;
-    DecodedMessage m;
-    for (const int eci : ecis) {
-        ASSERT_GE(charactersOf(eci).size(), 60u) << eci;
-        for (int i = 0; i < 12; ++i) {
-            const std::string text = randomText(eci, 1 + rng() % 60, rng);
-            test::ZintOptions options;
-            options.eci = eci;
-            options.utf8 = true;
-            const Words words = zintWords(text, options);
-            ASSERT_FALSE(words.empty()) << eci << " " << text;
-            ASSERT_TRUE(decoder.decode(words.data(), words.size(), m)) << eci;
-            ASSERT_EQ(m.ecis.size(), 1u) << eci;
-            EXPECT_EQ(m.ecis[0].eci, eci);
-            EXPECT_EQ(m.ecis[0].begin, 0u);
-            EXPECT_EQ(m.ecis[0].end, m.bytes.size());
-            if (eci == 26) {
-                EXPECT_EQ(bytesOf(m), text);
-            }
-            if (converter.canConvert(eci)) {
-                EXPECT_EQ(m.text, text) << "ECI " << eci;
-                EXPECT_TRUE(m.textComplete);
-            } else {
-                EXPECT_FALSE(m.textComplete);
-                EXPECT_EQ(m.text.find("\xEF\xBF\xBD"), 0u);
-            }
-        }
-    }
-    // ECI numbers beyond one codeword: the bytes stay, read as nothing.
-    for (const int eci : {899, 900, 1000, 810899, 810900, 811799}) {
-        const std::string data = test::randomMessage(MessageKind::Bytes, 1 + rng() % 20, rng);
-        test::ZintOptions options;
-        options.eci = eci;
-        const Words words = zintWords(data, options);
-        ASSERT_TRUE(decoder.decode(words.data(), words.size(), m)) << eci;
-        EXPECT_EQ(bytesOf(m), data);
-        ASSERT_EQ(m.ecis.size(), 1u);
-        EXPECT_EQ(m.ecis[0].eci, eci);
-        EXPECT_FALSE(m.textComplete);
-        EXPECT_TRUE(test::isWellFormedUtf8(m.text));
-    }
-}
-
-// Several segments under different ECIs, in text, digits and bytes: one range
-// per segment, in order and back to back, each holding its segment's bytes.
-TEST(MessageDecoder, EciSegmentsRoundTrip) {
-    const int ecis[] = {3, 7, 20, 26, 26, 28, 899};
-    std::mt19937 rng(926);
     int keptThroughEci = 0;
     MessageDecoder decoder;
     EciTextConverter converter;
     DecodedMessage m;
-    for (int i = 0; i < 150; ++i) {
-        std::vector<ZintSegment> segments(2 + rng() % 3);
+    for (int i = 0; i < 300; ++i) {
+        std::vector<ZintSegment> segments(1 + i % 4);
         std::string expected;
         bool convertible = true;
         for (ZintSegment& segment : segments) {
             segment.eci = ecis[rng() % std::size(ecis)];
-            switch (rng() % 3) {
-            case 0:
-                segment.data = test::randomMessage(MessageKind::Digits, 1 + rng() % 30, rng);
-                break;
-            case 1:
-                // Shift JIS has no tilde and reads a backslash as another.
-                segment.data = segment.eci == 20
-                                   ? randomText(segment.eci, 1 + rng() % 20, rng)
-                                   : test::randomMessage(MessageKind::Text, 1 + rng() % 20, rng);
-                break;
-            default:
-                // libzint takes every segment as UTF-8, binary ones too.
-                segment.data =
-                    randomText(segment.eci == 899 ? 26 : segment.eci, 1 + rng() % 12, rng);
-                break;
-            }
+            // libzint takes every segment as UTF-8, binary ones too.
+            const int charset = segment.eci >= 899 ? 26 : segment.eci;
+            // Shift JIS reads a backslash as another, and ISO/IEC 646 lacks
+            // some of ASCII. Text ends in a letter: libzint keeps the text
+            // submode through an ECI, but forgets that the pad 29 after an
+            // odd count latches Alpha when it comes in Punct.
+            const unsigned kind = rng() % 3;
+            segment.data = kind == 0 ? test::randomMessage(MessageKind::Digits, 1 + rng() % 30, rng)
+                           : kind == 1 && charset != 20 && charset != 170
+                               ? test::randomMessage(MessageKind::Text, 1 + rng() % 20, rng) + "Z"
+                               : randomText(charset, 1 + rng() % 30, rng) + "Z";
             expected += segment.data;
-            convertible = convertible && segment.eci != 899 && converter.canConvert(segment.eci);
+            convertible = convertible && charset == segment.eci && converter.canConvert(charset);
         }
         test::ZintOptions options;
         options.utf8 = true;
@@ -269,22 +218,20 @@ TEST(MessageDecoder, EciSegmentsRoundTrip) {
             EXPECT_EQ(m.ecis[s].eci, segments[s].eci) << i;
             EXPECT_EQ(m.ecis[s].begin, at) << i;
             EXPECT_GT(m.ecis[s].end, m.ecis[s].begin) << i;
-            if (segments[s].eci == 26 || segments[s].eci == 899) {
+            if (segments[s].eci == 26 || segments[s].eci >= 899) {
                 EXPECT_EQ(bytesOf(m, m.ecis[s].begin, m.ecis[s].end), segments[s].data) << i;
             }
             at = m.ecis[s].end;
         }
         EXPECT_EQ(at, m.bytes.size());
         EXPECT_EQ(m.textComplete, convertible) << i;
-        if (convertible) {
-            EXPECT_EQ(m.text, expected) << i;
-        }
+        EXPECT_TRUE(convertible ? m.text == expected : test::isWellFormedUtf8(m.text)) << i;
         // Data right behind an ECI number: the mode went on through it.
         for (std::size_t k = 2; k + 2 < words.size(); ++k) {
             keptThroughEci += words[k] == 927 && words[k + 2] < 900;
         }
     }
-    EXPECT_GT(keptThroughEci, 15);
+    EXPECT_GT(keptThroughEci, 30);
 }
 
 // libzint's structured append: the segment index, count and file ID come
