@@ -1,7 +1,5 @@
 // The per-scan-line work allocates nothing once the stages' buffers have
-// grown: locating, recognising codewords and correcting errors. This program
-// replaces the global operator new to count allocations while `counting` is
-// set.
+// grown: locating, recognising codewords and correcting errors.
 #include "pdf417scan/api/FrameReader.h"
 #include "pdf417scan/ecc/RS929Decoder.h"
 #include "pdf417scan/ecc/RS929Encoder.h"
@@ -10,6 +8,7 @@
 #include "pdf417scan/locate/Detector.h"
 #include "pdf417scan/reader/MessageDecoder.h"
 #include "pdf417scan/sampling/CodeWordRecognizer.h"
+#include "tests/support/AllocationCounter.h"
 #include "tests/support/MessageSymbol.h"
 #include "tests/support/ModuleLineRenderer.h"
 #include "tests/support/Pdf417Codewords.h"
@@ -20,52 +19,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
-#include <cstdlib>
-#include <new>
 #include <random>
 #include <vector>
-
-namespace {
-std::atomic<bool> counting{false};
-std::atomic<long> allocations{0};
-} // namespace
-
-void* operator new(std::size_t size) {
-    allocations += counting ? 1 : 0;
-    if (void* p = std::malloc(size == 0 ? 1 : size)) {
-        return p;
-    }
-    throw std::bad_alloc();
-}
-
-// The nothrow form too (std::stable_sort's buffer uses it), so that every
-// plain delete below frees what malloc gave, as the sanitizers insist.
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    allocations += counting ? 1 : 0;
-    return std::malloc(size == 0 ? 1 : size);
-}
-
-// Kept out of line: inlined, GCC sees free() on memory from a new-expression
-// and warns, not knowing that new is malloc here.
-__attribute__((noinline)) void operator delete(void* p) noexcept {
-    std::free(p);
-}
-__attribute__((noinline)) void operator delete(void* p, std::size_t) noexcept {
-    std::free(p);
-}
 
 namespace pdf417 {
 namespace {
 
-template <typename Work>
-long allocationsDuring(Work&& work) {
-    allocations = 0;
-    counting = true;
-    work();
-    counting = false;
-    return allocations;
-}
+using test::allocationsDuring;
 
 TEST(LocateAllocation, NoneOnceBuffersHaveGrown) {
     std::mt19937 rng(5);
