@@ -92,6 +92,10 @@ TEST(EciTextConverter, WhatCannotBeReadSaysSo) {
         {26, "\xF5\xFF", x2},
         {26, "a\xE2\x82", "a" + FFFD},
         {26, "a\xE2\x82z\xF0\x9F\x98", "a" + FFFD + "z" + FFFD},
+        // The edges of well-formed UTF-8.
+        {26, "\xC2\x80\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80",
+         "\xC2\x80\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80"},
+        {26, "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"},
         // UTF-16 and UTF-32: lone surrogates, an odd byte, past U+10FFFF.
         {25, std::string("\xD8\x00\x00\x41", 4), FFFD + "A"},
         {33, std::string("\x00\xDC", 2), FFFD},
@@ -126,27 +130,41 @@ TEST(EciTextConverter, WhatCannotBeReadSaysSo) {
         EXPECT_EQ(convert(20, "AB").text, x2);
         return;
     }
+    // An unreadable character is one U+FFFD, a pair whose trail could be
+    // one skipped whole; a private-use character says nothing true.
     const struct {
         int eci;
-        std::string bytes;
-        std::string text;
+        std::string bytes, text;
     } platform[] = {
         {20, "A\x93", "A" + FFFD}, // a Shift JIS lead byte cut short
-        {23, "\x81", FFFD},        // a byte Windows-1252 leaves undefined
-        {28,
-         "\xFA\x40"
-         "A",
-         FFFD + "A"},           // no such Big5 pair: its trail is no '@'
-        {28, "\xC6\xA5", FFFD}, // ETEN kana, private use to glibc
-        {32,
-         "\x81\x30"
-         "5",
-         FFFD}, // GB 18030's four bytes, cut short
+        {20, "\x85@Z", FFFD + "Z"},
+        {28, "\xFA@Z", FFFD + "Z"}, // Big5
+        {28, "\xFA@", FFFD},
+        {28, "A\xC6\xA5\xC6\xA5", "A" + x2}, // ETEN kana, private use to glibc
+        {29, "\xAA\xA1Z", FFFD + "Z"},       // GB 2312
+        {30, "\xAD\xA1Z", FFFD + "Z"},       // EUC-KR
+        {32, "\x81\x30", FFFD},              // GB 18030's four bytes, cut short
+        {32, "\x81\x30\x20\x30Z", FFFD + "Z"},
+        {32, "\xD8\x38\x97\x34\xDE\x30\x99\x30", x2}, // planes 15 and 16
     };
     for (const auto& c : platform) {
-        EXPECT_EQ(convert(c.eci, c.bytes).text, c.text) << c.eci;
-        EXPECT_FALSE(convert(c.eci, c.bytes).complete) << c.eci;
+        const Converted converted = convert(c.eci, c.bytes);
+        EXPECT_EQ(converted.text, c.text) << c.eci << " " << testing::PrintToString(c.bytes);
+        EXPECT_FALSE(converted.complete) << c.eci;
     }
+    // Single bytes a set leaves undefined.
+    for (const auto& [eci, byte] : {std::pair{5, 0xA5},
+                                    {8, 0xA1},
+                                    {9, 0xAE},
+                                    {10, 0xA1},
+                                    {13, 0xDB},
+                                    {21, 0x81},
+                                    {22, 0x98},
+                                    {23, 0x81}}) {
+        EXPECT_EQ(convert(eci, {static_cast<char>(byte), 'Z'}).text, FFFD + "Z") << eci;
+    }
+    // Four bytes of GB 18030 past the BMP, U+30000, are a character like any.
+    EXPECT_EQ(convert(32, "\x9A\x34\x84\x32").text, "\xF0\xB0\x80\x80");
 }
 
 } // namespace
