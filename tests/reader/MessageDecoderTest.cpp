@@ -358,13 +358,15 @@ TEST(MessageDecoder, MalformedStreams) {
         {913, 256},
         {913},
         {913, 900, 1},
-        {901, 1, 300},                     // a single that is no byte
-        {901, 899, 899, 899, 899, 899, 1}, // a group above 2^48 - 1
+        {901, 1, 300},                   // a single that is no byte
+        {901, 429, 11, 71, 222, 856, 1}, // a group of 2^48
+        {921, 1, 903},                   // refused whatever came before
         {924, 1, 2, 3, 4, 5, 300},
     };
     for (const Words& data : refused) {
         DecodedMessage m;
         EXPECT_FALSE(decodeData(data, m)) << testing::PrintToString(data);
+        EXPECT_TRUE(m.bytes.empty() && m.ecis.empty() && !m.readerInitialisation);
     }
     MessageDecoder decoder;
     DecodedMessage m;
@@ -382,7 +384,9 @@ TEST(MessageDecoder, MalformedStreams) {
     } read[] = {
         {{924, 65, 66}, "AB", {}, true}, // a tail after 924, read as 901 would
         {{902, 1}, "", {}, true},        // a group of the leading 1 alone
-        {{927}, "", {-1}, true},         // an ECI cut short
+        {{901, 900, 1}, "AB", {}, true}, // an empty byte run
+        {{924}, "", {}, true},
+        {{927}, "", {-1}, true}, // an ECI cut short
         {{1, 926, 5, 900, 1}, "ABAB", {-1}, false},
         {{927, 26, 927, 900, 1}, "AB", {26, -1}, false},
         {{921, 1}, "AB", {}, true},
