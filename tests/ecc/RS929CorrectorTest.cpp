@@ -17,31 +17,19 @@ namespace {
 using Word = std::vector<std::uint16_t>;
 using test::gf;
 
-// A codeword of n codewords with k check codewords: RS929Encoder's at the
-// levels, and for any other k the product of random data with
-// (x - 3)(x - 3^2)...(x - 3^k).
+// A codeword of n codewords with k check codewords, at the levels' counts
+// and any other: random data times (x - 3)(x - 3^2)...(x - 3^k).
 Word makeCodeword(std::mt19937& rng, std::size_t n, std::size_t k) {
-    std::vector<G929Value> word;
-    unsigned level = 0;
-    while (level < 9 && _ecs[level] != k) {
-        ++level;
+    std::vector<G929Value> g{gf(1)}, data, word;
+    for (std::size_t j = 1; j <= k; ++j) {
+        G929Polynomial::mul(g, {gf(1), gf(0) - gf(3).pow(j)}, data);
+        g.swap(data);
     }
-    if (level < 9) {
-        word = test::randomCodeword(rng, level, n);
-    } else {
-        std::vector<G929Value> data, factor{gf(1), gf(0)};
-        std::vector<G929Value> g{gf(1)};
-        for (std::size_t j = 1; j <= k; ++j) {
-            factor[1] = gf(0) - gf(3).pow(j);
-            G929Polynomial::mul(g, factor, data);
-            g.swap(data);
-        }
-        data.clear();
-        for (std::size_t i = 0; i + k < n; ++i) {
-            data.push_back(gf(rng() % 929));
-        }
-        G929Polynomial::mul(data, g, word);
+    data.clear();
+    for (std::size_t i = 0; i + k < n; ++i) {
+        data.push_back(gf(rng() % 929));
     }
+    G929Polynomial::mul(data, g, word);
     Word out;
     for (const G929Value& v : word) {
         out.push_back(v.value());
