@@ -185,42 +185,5 @@ TEST(Decoder, HandCases) {
     EXPECT_EQ(out, held);
 }
 
-// Any codewords at all: decode returns true, stays within the descriptor's
-// range and writes at most three bytes per codeword; each sub-decoder stops
-// at the end or at a codeword it does not handle.
-TEST(Decoder, AnySequenceIsSafe) {
-    std::mt19937 rng(99);
-    const unsigned short specials[] = {900, 901, 902, 913, 922, 923, 924, 925, 926, 927, 928, 929};
-    for (int round = 0; round < 10000; ++round) {
-        Words words(rng() % 64);
-        for (auto& w : words) {
-            const unsigned kind = rng() % 4;
-            w = static_cast<unsigned short>(kind == 0   ? specials[rng() % std::size(specials)]
-                                            : kind == 1 ? rng() % 65536
-                                                        : rng() % 900);
-        }
-        if (!words.empty() && rng() % 2 == 0) {
-            words[0] = static_cast<unsigned short>(rng() % (words.size() + 3));
-        }
-        const std::string all = decoded(words);
-        const std::size_t limit = words.empty() ? 0 : std::min<std::size_t>(words[0], words.size());
-        ASSERT_LE(all.size(), 3 * (limit > 0 ? limit - 1 : 0));
-        ASSERT_EQ(all, decoded(Words(words.begin(), words.begin() + static_cast<long>(limit))));
-
-        for (int mode = 0; mode < 4; ++mode) {
-            Decoder::iterator it = words.begin();
-            std::vector<unsigned char> sub;
-            void (*const decoders[])(Decoder::iterator&, const Decoder::iterator&,
-                                     std::vector<unsigned char>&) = {
-                Decoder::decodeTextCompaction, Decoder::decodeByteCompaction,
-                Decoder::decodeByteCompaction6, Decoder::decodeNumericCompaction};
-            decoders[mode](it, words.end(), sub);
-            ASSERT_TRUE(it == words.end() || *it > 899);
-            ASSERT_TRUE(mode != 0 || it == words.end() || (*it != 900 && *it != 913));
-            ASSERT_LE(sub.size(), 3 * words.size());
-        }
-    }
-}
-
 } // namespace
 } // namespace pdf417
