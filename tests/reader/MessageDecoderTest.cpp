@@ -3,8 +3,8 @@
 // PDF417 control block. Streams libzint cannot write are built by hand.
 #include "pdf417scan/reader/MessageDecoder.h"
 
+#include "tests/support/DataCodewords.h"
 #include "tests/support/MessageSymbol.h"
-#include "tests/support/Pdf417Codewords.h"
 #include "tests/support/Utf8.h"
 #include "tests/support/ZintPdf417.h"
 
@@ -21,29 +21,10 @@
 namespace pdf417 {
 namespace {
 
+using test::concat;
 using test::MessageKind;
 using test::ZintSegment;
 using Words = std::vector<std::uint16_t>;
-
-// libzint's data codewords (descriptor first, padding included) for the
-// segments; empty when libzint refuses them.
-Words zintWords(const std::vector<ZintSegment>& segments, test::ZintOptions options = {}) {
-    if (options.ecLevel < 0) {
-        options.ecLevel = 2;
-    }
-    test::Pdf417Modules symbol;
-    for (const int columns : {options.dataColumns > 0 ? options.dataColumns : 6, 16, 30}) {
-        options.dataColumns = columns;
-        if (test::encodePdf417Segments(segments, options, symbol)) {
-            return test::symbolDataCodewords(symbol, options.ecLevel);
-        }
-    }
-    return {};
-}
-
-Words zintWords(const std::string& data, test::ZintOptions options = {}) {
-    return zintWords({{data, options.eci}}, options);
-}
 
 bool contains(const Words& words, std::uint16_t c) {
     return std::find(words.begin() + 1, words.end(), c) != words.end();
@@ -107,7 +88,7 @@ TEST(MessageDecoder, CompactionModesAndMacroRoundTrip) {
             }
             options.readerInit = i % 7 == 0;
         }
-        const Words words = zintWords(message, options);
+        const Words words = test::zintDataCodewords(message, options);
         ASSERT_FALSE(words.empty()) << i;
         ASSERT_TRUE(decoder.decode(words.data(), words.size(), m)) << i;
         EXPECT_EQ(bytesOf(m), message) << i;
@@ -231,7 +212,7 @@ TEST(MessageDecoder, EciRoundTrip) {
         }
         test::ZintOptions options;
         options.utf8 = true;
-        const Words words = zintWords(segments, options);
+        const Words words = test::zintDataCodewords(segments, options);
         ASSERT_FALSE(words.empty()) << i;
         ASSERT_TRUE(decoder.decode(words.data(), words.size(), m)) << i;
         ASSERT_EQ(m.ecis.size(), segments.size()) << i;
@@ -259,7 +240,7 @@ TEST(MessageDecoder, EciRoundTrip) {
 // The data codewords libzint writes for `text`, without the descriptor and
 // the padding: a Macro PDF417 field's contents.
 Words fieldWords(const std::string& text) {
-    Words words = zintWords(text);
+    Words words = test::zintDataCodewords(text);
     while (words.size() > 1 && words.back() == 900) {
         words.pop_back();
     }
@@ -274,14 +255,6 @@ Words numericWords(const std::string& digits) {
         words.insert(words.begin(), static_cast<std::uint16_t>(value % 900));
     }
     return words;
-}
-
-Words concat(std::initializer_list<Words> parts) {
-    Words all;
-    for (const Words& part : parts) {
-        all.insert(all.end(), part.begin(), part.end());
-    }
-    return all;
 }
 
 // Decodes `data` behind a descriptor that counts it.
