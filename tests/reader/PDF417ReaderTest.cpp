@@ -182,13 +182,9 @@ TEST(PDF417ReaderState, TwentyCountedFailuresClearTheVotesBeforeSampling) {
     EXPECT_EQ(votedCells(reader->votes()), 0);
 }
 
-// A frame for each way a reading can end. Result 2 has no frame: the cutter
-// fails only on corners that are not finite or that leave no scan line
-// crossing a boundary, and the detector never hands such corners over (its
-// near corners must lie inside the image and its edge lines come from fits of
-// at least eight points). A search over 200000 synthetic frames of start and
-// stop patterns at random places, slopes and sizes found 303 detections and
-// no failed cut; the cutter's own tests cover its refusals.
+// A frame for each way a reading can end. Result 2 has none: the cutter
+// refuses only corners the detector never hands over (not finite, or with no
+// scan line crossing a boundary); the cutter's own tests cover its refusals.
 TEST(PDF417ReaderResults, OneFramePerStage) {
     std::vector<unsigned char> out{'x'};
     const auto decode = [&](Picture&& picture, std::uint32_t failures) {
@@ -234,11 +230,9 @@ TEST(PDF417ReaderResults, OneFramePerStage) {
 
 // A symbol whose length descriptor is 1 carries no data: the reading succeeds
 // with nothing in it, and the scanner, judging by the bytes alone, tries the
-// rotated view too and returns an empty string. The descriptor counts every
-// codeword but the correction ones, so such a symbol has no room for
-// padding: nine cells at level 2, the descriptor and eight for correction.
-// libzint will not draw a symbol without data, so one of level 1 is redrawn:
-// the level in the row indicators and all nine codewords.
+// rotated view too and returns an empty string. libzint draws no symbol
+// without data, so a 9 x 1 symbol of level 1 is redrawn as level 2: the
+// descriptor and eight correction codewords.
 TEST(PDF417ReaderResults, DescriptorOfOneSucceedsWithNoBytes) {
     Pdf417Modules s;
     ASSERT_TRUE(encodePdf417("A", {1, 1, 9}, s));
