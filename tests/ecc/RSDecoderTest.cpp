@@ -155,8 +155,7 @@ TEST(RSDecoder, Contract) {
 // Errors alone. RSDecoder tries up to k/2 errors with no spare codeword, so
 // it corrects words that RS929Decoder refuses (any single error at levels 0
 // and 1); but its iteration loses some patterns well within RS929Decoder's
-// capacity, and, not checking its result, it can report success on a word
-// that is not a codeword.
+// capacity.
 TEST(RSDecoder, ErrorsComparedWithRS929Decoder) {
     std::mt19937 rng(11);
     RSDecoder decoder;
@@ -181,7 +180,7 @@ TEST(RSDecoder, ErrorsComparedWithRS929Decoder) {
     });
     EXPECT_EQ(singles, "");
 
-    int tried = 0, exact = 0, lost = 0, accepted = 0, notCodeword = 0;
+    int tried = 0, exact = 0, lost = 0;
     const std::string printed = printedBy([&] {
         for (int trial = 0; trial < 400; ++trial, ++tried) {
             const unsigned level = 2 + trial % 5;
@@ -217,24 +216,6 @@ TEST(RSDecoder, ErrorsComparedWithRS929Decoder) {
     EXPECT_EQ(messages, lost);
     EXPECT_GT(exact, tried * 95 / 100);
     EXPECT_GT(lost, 0);
-
-    // Past k/2 errors: a positive result does not mean a codeword.
-    printedBy([&] {
-        for (int trial = 0; trial < 300; ++trial) {
-            const unsigned level = 1 + trial % 4;
-            const std::size_t k = static_cast<std::size_t>(_ecs[level]);
-            const std::size_t n = k + 1 + rng() % 200;
-            std::vector<int> data = randomCodeword(rng, level, n);
-            corrupt(rng, data, k / 2 + 1);
-            if (decoder.eras_dec_rs(data, erasures, 0, static_cast<int>(n), static_cast<int>(k)) >
-                0) {
-                ++accepted;
-                notCodeword += !test::syndromesZero(poly(data), k);
-            }
-        }
-    });
-    EXPECT_GT(notCodeword, 0);
-    EXPECT_GT(accepted, 0);
 }
 
 // The erasure locator has factors 1 + 3^u x, so its check finds the root of
