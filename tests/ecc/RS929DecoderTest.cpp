@@ -173,6 +173,11 @@ TEST(RS929Decoder, DocumentedEdgeCases) {
     EXPECT_FALSE(decoder.decode(word, positions, 3));
 
     EXPECT_FALSE(decoder.decode(word, positions, 9));
+    // One data codeword is enough; none is not.
+    word = randomCodeword(rng, 3, 17);
+    word[3] += gf(1);
+    positions.clear();
+    EXPECT_TRUE(decoder.decode(word, positions, 3));
     word.resize(16);
     EXPECT_FALSE(decoder.decode(word, positions, 3));
 }
