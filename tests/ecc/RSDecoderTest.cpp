@@ -27,14 +27,6 @@ std::vector<int> randomCodeword(std::mt19937& rng, unsigned level, std::size_t n
     return word;
 }
 
-Poly poly(const std::vector<int>& word) {
-    Poly p;
-    for (int v : word) {
-        p.push_back(gf(static_cast<unsigned>(v)));
-    }
-    return p;
-}
-
 // What `work` prints on standard output. A capture costs a file: loops
 // capture once around the whole loop.
 template <typename Work>
@@ -169,7 +161,7 @@ TEST(RSDecoder, ErrorsComparedWithRS929Decoder) {
             for (int p = 0; p < 900; p += p < 3 || p >= 897 ? 1 : 149) {
                 std::vector<int> data = original;
                 data[899 - p] = (data[899 - p] + 5) % 929;
-                Poly word = poly(data);
+                Poly word(data.begin(), data.end());
                 ASSERT_EQ(decoder.eras_dec_rs(data, erasures, 0, 900, k), 1) << p;
                 ASSERT_EQ(erasures, std::vector<int>{p + 1});
                 ASSERT_EQ(data, original);
@@ -234,7 +226,7 @@ TEST(RSDecoder, ErasuresComparedWithRS929Decoder) {
     for (int u = 1; u <= n; ++u) {
         std::vector<int> data = original;
         data[n - u] = (data[n - u] + 100) % 929;
-        Poly word = poly(data);
+        Poly word(data.begin(), data.end());
         erasures.assign(1, u);
         const int i = (464 - u + 927) % 928 + 1;
         const int result = decodeCapturing(decoder, data, erasures, 1, n, k, printed);
