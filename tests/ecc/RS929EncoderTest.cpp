@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <random>
 #include <vector>
 
 namespace pdf417 {
@@ -13,7 +12,6 @@ namespace {
 
 using Poly = std::vector<G929Value>;
 using test::gf;
-using test::syndromesZero;
 
 // The tables are constants, so no static initialiser anywhere can see them
 // unfilled: these checks compile only because the compiler can read them.
@@ -22,14 +20,13 @@ static_assert(_ecw1[0].value() == 809 && _ecw1[3].value() == 522, "level 1 as PD
 static_assert(_ec[8] == _ecw8.data(), "_ec points at the levels' arrays");
 
 // x^k plus the stored coefficients vanishes exactly at 3^1 .. 3^k, which
-// fixes every coefficient of every level; and what the encoder makes of any
-// data at any level vanishes there too.
-TEST(RS929Encoder, GeneratorRootsAndZeroSyndromes) {
+// fixes every coefficient of every level. (That the encoder makes codewords
+// every decoder test shows: their words are its.)
+TEST(RS929Encoder, GeneratorTablesHaveTheRightRoots) {
     const G929Value* const arrays[] = {_ecw0.data(), _ecw1.data(), _ecw2.data(),
                                        _ecw3.data(), _ecw4.data(), _ecw5.data(),
                                        _ecw6.data(), _ecw7.data(), _ecw8.data()};
-    std::mt19937 rng(5);
-    Poly g, roots, data, out;
+    Poly g, roots, out;
     for (unsigned level = 0; level < 9; ++level) {
         const std::size_t k = static_cast<std::size_t>(_ecs[level]);
         ASSERT_EQ(k, std::size_t{2} << level);
@@ -44,26 +41,16 @@ TEST(RS929Encoder, GeneratorRootsAndZeroSyndromes) {
         }
         std::sort(want.begin(), want.end());
         EXPECT_EQ(got, want) << "level " << level;
-
-        for (int trial = 0; trial < 4; ++trial) {
-            data.clear();
-            for (std::size_t n = trial == 0 ? 0 : 1 + rng() % (928 - k); n > 0; --n) {
-                data.push_back(gf(rng() % 929));
-            }
-            ASSERT_TRUE(RS929Encoder::encode(data, out, level));
-            ASSERT_EQ(out.size(), data.size() + k);
-            EXPECT_TRUE(std::equal(data.begin(), data.end(), out.begin()));
-            EXPECT_TRUE(syndromesZero(out, k)) << "level " << level << " n " << data.size();
-        }
     }
     out.assign(3, gf(7));
-    EXPECT_FALSE(RS929Encoder::encode(data, out, 9));
+    EXPECT_FALSE(RS929Encoder::encode({gf(1)}, out, 9));
     EXPECT_EQ(out.size(), 3u);
-
-    // An invalid data codeword spreads into the check codewords.
+    // Empty data has the zero word; an invalid data codeword spreads into
+    // the check codewords.
+    ASSERT_TRUE(RS929Encoder::encode({}, out, 0));
+    EXPECT_EQ(out, (Poly{gf(0), gf(0)}));
     ASSERT_TRUE(RS929Encoder::encode({gf(5), gf(929), gf(6)}, out, 1));
-    EXPECT_FALSE(out[1].isValid());
-    EXPECT_FALSE(out[3].isValid());
+    EXPECT_FALSE(out[1].isValid() || out[3].isValid());
 }
 
 } // namespace
