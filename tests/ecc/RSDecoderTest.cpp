@@ -69,7 +69,8 @@ TEST(RSDecoder, Contract) {
     const std::vector<int> original = randomCodeword(rng, 2, 50);
     std::vector<int> damaged = original;
     damaged[10] = (damaged[10] + 7) % 929;
-    const std::string noErrors = "No errors \n", wrong = "\n lambda(x) is WRONG\n";
+    const std::string noErrors = "No errors \n", wrong = "\n lambda(x) is WRONG\n",
+                      lost = "Uncorrectable error: root count = 1 deg lambda = 3 \n";
     const struct {
         const char* what;
         int symbol20; // replaces symbol 20 unless 0
@@ -94,27 +95,16 @@ TEST(RSDecoder, Contract) {
         {"k negative", 0, {5}, 1, 50, -5, 0, noErrors},
         {"n 0", 0, {5}, 1, 0, 8, 0, noErrors},
         {"n negative", 0, {5}, 1, -3, 8, 0, noErrors},
-        // Location u has its locator root at 3^(464 - u): for 0, 928 (the
-        // same power), 51 past the word and any of 1..9 that lies past
-        // n + k = 58, the check of the locator fails, as it does for nine
-        // erasures with k = 8.
+        // Location u has its locator root at 3^(464 - u), past n + k = 58
+        // for 0, 928, 51 and some of 1..9: the locator check fails.
         {"location 0", 0, {0}, 1, 50, 8, -1, wrong},
         {"location 928", 0, {928}, 1, 50, 8, -1, wrong},
         {"location 51", 0, {51}, 1, 50, 8, -1, wrong},
         {"locations 1 to 9", 0, {1, 2, 3, 4, 5, 6, 7, 8, 9}, 9, 50, 8, -1, wrong},
-        // A negative count skips the erasure steps and starts the iteration
-        // at r = count. The steps up to r = 0 only shift b; from k of them
-        // on, b holds no term the iteration reads, the locator stays 1 and
-        // the word comes back as it was with 0, silently. The lowest counts
-        // run bounded: the same outcome, at once.
-        {"count -1",
-         0,
-         {4},
-         -1,
-         50,
-         8,
-         -1,
-         "Uncorrectable error: root count = 1 deg lambda = 3 \n"},
+        // A negative count starts the iteration at r = count: the steps up
+        // to r = 0 only shift b, and from k of them on the locator stays 1
+        // and the word comes back with 0. The lowest counts run bounded.
+        {"count -1", 0, {4}, -1, 50, 8, -1, lost},
         {"count -8", 0, {4}, -8, 50, 8, 0, ""},
         {"count -500", 0, {4}, -500, 50, 8, 0, ""},
         {"count INT_MIN + 1", 0, {4}, INT_MIN + 1, 50, 8, 0, ""},
