@@ -14,6 +14,7 @@
 #include "tests/support/ModuleLineRenderer.h"
 #include "tests/support/Pdf417Codewords.h"
 #include "tests/support/RandomCodewords.h"
+#include "tests/support/SymbolCase.h"
 #include "tests/support/SymbolRenderer.h"
 #include "tests/support/ZintPdf417.h"
 
@@ -34,13 +35,7 @@ TEST(LocateAllocation, NoneOnceBuffersHaveGrown) {
     test::Pdf417Modules symbol;
     ASSERT_TRUE(
         test::encodeMessageSymbol(test::MessageKind::Text, 24, 8, 2, 1.0, rng, message, symbol));
-    test::SymbolRenderer::Options options;
-    options.moduleWidth = 3.0;
-    options.rotationDegrees = 2.0;
-    options.noiseSigma = 3.0;
-    options.frameWidth = 800;
-    options.frameHeight = 400;
-    auto frame = test::SymbolRenderer().render(test::ModuleGrid(symbol), options);
+    auto frame = test::renderCase(symbol, {24, 8, 3.0, 2.0, false, true});
     Image image = frame.image();
     std::vector<unsigned char> blank(800 * 400, 128);
     Image empty(blank.data(), 800, 400);
