@@ -1,14 +1,19 @@
-// Messages encoded by libzint, read back from the symbol's bar patterns and
-// decoded, must come back as they were given: bytes, text, ECIs and the Macro
-// PDF417 control block. Streams libzint cannot write are built by hand.
+// The data codewords of a symbol decoded: by the specified Decoder (the
+// three compaction modes) and by MessageDecoder (all of ISO/IEC 15438's data
+// encoding, with EciTextConverter for the character sets). Messages encoded
+// by libzint and read back from the symbol's bar patterns must come back as
+// they were given; streams libzint cannot write are built by hand.
 #include "pdf417scan/reader/MessageDecoder.h"
-
+#include "pdf417scan/reader/Decoder.h"
+#include "pdf417scan/reader/EciTextConverter.h"
 #include "tests/support/DataCodewords.h"
 #include "tests/support/MessageSymbol.h"
 #include "tests/support/Utf8.h"
 #include "tests/support/ZintPdf417.h"
 
 #include <gtest/gtest.h>
+
+#include <iconv.h>
 
 #include <algorithm>
 #include <iterator>
@@ -25,6 +30,145 @@ using test::concat;
 using test::MessageKind;
 using test::ZintSegment;
 using Words = std::vector<std::uint16_t>;
+
+std::string decoded(const Words& words) {
+    std::vector<unsigned char> out = {'x'};
+    EXPECT_TRUE(Decoder::decode(words, out));
+    return std::string(out.begin(), out.end());
+}
+
+// Text, digits (short runs stay text, long ones become numeric compaction),
+// bytes (every third length a multiple of 6, which libzint writes after 924)
+// and mixtures of the three, encoded by libzint and read back from the
+// symbol's bar patterns, come back unchanged.
+TEST(Decoder, LibzintSymbolsDecodeToTheirMessages) {
+    std::mt19937 rng(417);
+    const MessageKind kinds[] = {MessageKind::Text, MessageKind::Digits, MessageKind::Bytes};
+    std::map<std::string, int> seen;
+    for (int i = 0; i < 600; ++i) {
+        std::string text;
+        if (i % 4 == 3) {
+            for (std::size_t part = 2 + rng() % 4; part > 0; --part) {
+                text += test::randomMessage(kinds[rng() % 3], 1 + rng() % 40, rng);
+            }
+        } else {
+            const std::size_t lengths[] = {1 + rng() % 150, 1 + rng() % (i % 8 == 1 ? 20 : 250),
+                                           i % 3 == 0 ? 6 * (1 + rng() % 20) : 1 + rng() % 120};
+            text = test::randomMessage(kinds[i % 4], lengths[i % 4], rng);
+        }
+        Words words = test::zintDataCodewords(
+            text, {1 + static_cast<int>(rng() % 12), static_cast<int>(rng() % 5)});
+        ASSERT_FALSE(words.empty()) << i;
+        for (const unsigned short mode : {901, 924, 902, 913}) {
+            seen[std::to_string(mode)] += std::count(words.begin() + 1, words.end(), mode) > 0;
+        }
+        seen["mixed+punct text"] +=
+            text.find_first_of("&#+%=^") != std::string::npos &&
+            text.find_first_of(";<>@[\\]_`~!\"|(){}?'") != std::string::npos;
+        if (words.size() > 1 && words[1] == 913) {
+            // libzint opens with a byte shift when the message starts with
+            // one byte that text cannot carry and text follows. This decoder
+            // reads 913 only inside text, so there the shift is skipped and
+            // the byte is read as text. Everything else must still be right:
+            // behind a text latch the same codewords decode to the message.
+            ++seen["leading 913"];
+            EXPECT_NE(decoded(words), text) << i;
+            words.insert(words.begin() + 1, 900);
+            ++words[0];
+        }
+        EXPECT_EQ(decoded(words), text) << i;
+    }
+    // The corpus reaches every mode and submode.
+    const std::pair<const char*, int> least[] = {{"901", 60},        {"924", 30},
+                                                 {"902", 60},        {"913", 20},
+                                                 {"leading 913", 1}, {"mixed+punct text", 60}};
+    for (const auto& [what, count] : least) {
+        EXPECT_GE(seen[what], count) << what;
+    }
+}
+
+// Text values paired into codewords, an odd one padded with 29 as encoders do.
+Words text(std::vector<unsigned> values) {
+    if (values.size() % 2 != 0) {
+        values.push_back(29);
+    }
+    Words words;
+    for (std::size_t i = 0; i < values.size(); i += 2) {
+        words.push_back(static_cast<unsigned short>(30 * values[i] + values[i + 1]));
+    }
+    return words;
+}
+
+// What no encoder writes and the round trip cannot reach: the descriptor's
+// bounds, the submodes' odd corners, byte groups cut short, codewords this
+// decoder does not interpret.
+TEST(Decoder, HandCases) {
+    // The descriptor counts itself; 1 is "AB", 2 is "AC".
+    const std::pair<Words, std::string> whole[] = {
+        {{}, ""},        {{0}, ""},         {{0, 1, 2}, ""},       {{1}, ""},
+        {{1, 5, 6}, ""}, {{2, 1, 2}, "AB"}, {{100, 1, 2}, "ABAC"}, {{65535, 1}, "AB"}};
+    for (const auto& [words, expected] : whole) {
+        EXPECT_EQ(decoded(words), expected) << testing::PrintToString(words);
+    }
+    const std::string group = "\x3b\xac\x5b\xca\xd6\xc5"; // 100, 2, 3, 4, 5 in base 900
+    const std::pair<Words, std::string> data[] = {
+        // Under AlphaShift, Alpha's own shift and latches apply.
+        {text({27, 27, 29, 4, 2}), "[c"},
+        {text({27, 27, 27, 2}), "c"},
+        {text({27, 27, 28, 2, 28, 2}), "2C"},
+        // 29 under PunctShift, or in Punct latched through Mixed, latches
+        // Alpha instead of returning.
+        {text({27, 29, 29, 0}), "A"},
+        {text({28, 25, 0, 29, 1}), ";B"},
+        // 900 inside text returns to Alpha; every entry into text starts there.
+        {concat({text({27, 0}), {900}, text({0, 1})}), "aAB"},
+        {concat({text({27, 0}), {902, 900}, text({0, 1})}), "aAB"},
+        // Byte shift: the low 8 bits; under PunctShift it first returns.
+        {{32, 913, 300}, "BC,"},
+        {{1, 913, 65535, 1},
+         "AB\xff"
+         "AB"},
+        {{1, 913}, "AB"},
+        {concat({text({27, 29}), {913, 200}, text({0, 1})}), "\xc8"
+                                                             "ab"},
+        // A byte codeword keeps its low 8 bits; 924 takes whole groups only.
+        {{901, 300}, ","},
+        {{901}, ""},
+        {{924, 100, 2, 3, 4, 5, 1, 2}, group},
+        {{924, 1, 2, 3, 4}, ""},
+        {{924, 100, 2, 3, 4, 5, 1, 2, 900, 1}, group + "AB"},
+        // The top digit 0 is not the leading 1, so both digits stay.
+        {{902, 1}, "01"},
+        {{902}, ""},
+        // Macro PDF417 fields and ECI parameters come out as text.
+        {{928, 1, 2, 3}, "ABACAD"},
+        {{927, 26, 901, 65}, "A A"},
+        {{929, 930, 65535, 1}, "AB"},
+    };
+    for (const auto& [words, expected] : data) {
+        Words all = words;
+        all.insert(all.begin(), static_cast<unsigned short>(words.size() + 1));
+        EXPECT_EQ(decoded(all), expected) << testing::PrintToString(words);
+    }
+    // Any other codeword of 900 and up is skipped, and text restarts in Alpha.
+    for (unsigned short c = 903; c <= 928; ++c) {
+        if (c != 913 && c != 924) {
+            EXPECT_EQ(decoded(concat({{4}, text({27, 0}), {c}, text({0, 1})})), "aAB") << c;
+        }
+    }
+
+    // Counts past a numeric group are held to its 15 codewords, and values
+    // out of range convert without overflow: 15 x 65535 fits the 64 digits.
+    std::array<unsigned short, 15> numbers{};
+    numbers.fill(65535);
+    std::vector<unsigned char> out, held;
+    Decoder::base900toBase10(numbers, 0, out);
+    EXPECT_TRUE(out.empty());
+    Decoder::base900toBase10(numbers, 15, out);
+    Decoder::base900toBase10(numbers, 1000, held);
+    EXPECT_EQ(out.size(), 46u);
+    EXPECT_EQ(out, held);
+}
 
 std::string bytesOf(const DecodedMessage& m, std::size_t begin = 0, std::size_t end = ~0ul) {
     return std::string(m.bytes.begin() + static_cast<std::ptrdiff_t>(begin),
@@ -375,6 +519,158 @@ TEST(MessageDecoder, MalformedStreams) {
         EXPECT_EQ(m.macro->segmentCount, c.segmentCount) << testing::PrintToString(c.block);
         EXPECT_EQ(m.macro->lastSegment, c.last) << testing::PrintToString(c.block);
     }
+}
+
+const std::string FFFD = "\xEF\xBF\xBD";
+
+struct Converted {
+    std::string text;
+    bool complete = false;
+};
+
+Converted convert(int eci, const std::string& bytes) {
+    static EciTextConverter converter;
+    Converted c;
+    c.text = "<";
+    c.complete = converter.appendUtf8(eci, reinterpret_cast<const std::uint8_t*>(bytes.data()),
+                                      bytes.size(), c.text);
+    EXPECT_EQ(c.text.substr(0, 1), "<") << "appends";
+    c.text.erase(0, 1);
+    return c;
+}
+
+// The built-in table against the platform's own (glibc's iconv in the test
+// environment, whether or not the library uses it).
+TEST(EciTextConverter, CodePage437MatchesThePlatformTable) {
+    const iconv_t cd = iconv_open("UTF-8", "IBM437");
+    if (cd == reinterpret_cast<iconv_t>(-1)) {
+        GTEST_SKIP() << "no IBM437 in this iconv";
+    }
+    for (int b = 0; b < 256; ++b) {
+        char in[1] = {static_cast<char>(b)};
+        char out[8];
+        char* inPtr = in;
+        char* outPtr = out;
+        std::size_t inLeft = 1;
+        std::size_t outLeft = sizeof out;
+        ASSERT_NE(iconv(cd, &inPtr, &inLeft, &outPtr, &outLeft), static_cast<std::size_t>(-1));
+        for (const int eci : {0, 2}) {
+            const Converted c = convert(eci, std::string(1, static_cast<char>(b)));
+            EXPECT_EQ(c.text, std::string(out, outPtr)) << "byte " << b;
+            EXPECT_TRUE(c.complete);
+        }
+    }
+    iconv_close(cd);
+}
+
+// Whatever the bytes, UTF-8 comes out well-formed, and complete exactly when
+// the bytes were.
+TEST(EciTextConverter, Utf8IsCheckedNotTrusted) {
+    std::mt19937 rng(26);
+    for (int i = 0; i < 20000; ++i) {
+        std::string bytes(rng() % 12, '\0');
+        for (char& b : bytes) {
+            b = static_cast<char>(rng() % 4 == 0 ? 0x80 | rng() % 0x80 : rng() % 256);
+        }
+        const Converted c = convert(26, bytes);
+        ASSERT_TRUE(test::isWellFormedUtf8(c.text));
+        ASSERT_EQ(c.complete, test::isWellFormedUtf8(bytes));
+        ASSERT_EQ(c.complete, c.text == bytes);
+    }
+}
+
+// Ill-formed input of every kind: one U+FFFD for each maximal ill-formed
+// part, the rest kept.
+TEST(EciTextConverter, WhatCannotBeReadSaysSo) {
+    const std::string x2 = FFFD + FFFD, x3 = x2 + FFFD, x4 = x3 + FFFD;
+    const struct {
+        int eci;
+        std::string bytes;
+        std::string text;
+    } cases[] = {
+        // UTF-8: overlong forms, surrogates, past U+10FFFF, stray, cut short.
+        {26, "\xC0\x80", x2},
+        {26, "\xE0\x80\x80", x3},
+        {26, "\xED\xA0\x80", x3},
+        {26, "\xF4\x90\x80\x80", x4},
+        {26, "\xF0\x80\x80\x80", x4},
+        {26, "\x80\xBF", x2},
+        {26, "\xF5\xFF", x2},
+        {26, "a\xE2\x82", "a" + FFFD},
+        {26, "a\xE2\x82z\xF0\x9F\x98", "a" + FFFD + "z" + FFFD},
+        // The edges of well-formed UTF-8.
+        {26, "\xC2\x80\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80",
+         "\xC2\x80\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80"},
+        {26, "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"},
+        // UTF-16 and UTF-32: lone surrogates, an odd byte, past U+10FFFF.
+        {25, std::string("\xD8\x00\x00\x41", 4), FFFD + "A"},
+        {33, std::string("\x00\xDC", 2), FFFD},
+        {25, std::string("\x00\x41\x00", 3), "A" + FFFD},
+        {34, std::string("\x00\x11\x00\x00", 4), FFFD},
+        {35, std::string("\x00\xD8\x00\x00", 4), FFFD},
+        {34, std::string("\x00\x00\x00", 3), FFFD},
+        // Binary data and ECIs that name no character set: one a byte.
+        {899, "AB\xC3\xA9", x4},
+        {14, "AB\xC3\xA9", x4},
+        {19, "AB\xC3\xA9", x4},
+        {36, "AB\xC3\xA9", x4},
+        {1000, "AB\xC3\xA9", x4},
+        {811799, "AB\xC3\xA9", x4},
+        {-1, "AB\xC3\xA9", x4},
+        // ASCII has no upper half; ISO/IEC 646's invariant set lacks the
+        // twelve national positions.
+        {27, "A~\xE9", "A~" + FFFD},
+        {170, "A-#", "A-" + FFFD},
+        {170, "AZaz09 !\"%&'()*+,-./:;<=>?_", "AZaz09 !\"%&'()*+,-./:;<=>?_"},
+        {3, "\xE9\xFF", "\xC3\xA9\xC3\xBF"},
+    };
+    for (const auto& c : cases) {
+        const Converted converted = convert(c.eci, c.bytes);
+        EXPECT_EQ(converted.text, c.text) << c.eci << " " << testing::PrintToString(c.bytes);
+        EXPECT_EQ(converted.complete, c.text.find(FFFD) == std::string::npos) << c.eci;
+    }
+
+    EciTextConverter converter;
+    if (!EciTextConverter::hasPlatformCharsets()) {
+        EXPECT_FALSE(converter.canConvert(20));
+        EXPECT_EQ(convert(20, "AB").text, x2);
+        return;
+    }
+    // An unreadable character is one U+FFFD, a pair whose trail could be
+    // one skipped whole; a private-use character says nothing true.
+    const struct {
+        int eci;
+        std::string bytes, text;
+    } platform[] = {
+        {20, "A\x93", "A" + FFFD}, // a Shift JIS lead byte cut short
+        {20, "\x85@Z", FFFD + "Z"},
+        {28, "\xFA@Z", FFFD + "Z"}, // Big5
+        {28, "\xFA@", FFFD},
+        {28, "A\xC6\xA5\xC6\xA5", "A" + x2}, // ETEN kana, private use to glibc
+        {29, "\xAA\xA1Z", FFFD + "Z"},       // GB 2312
+        {30, "\xAD\xA1Z", FFFD + "Z"},       // EUC-KR
+        {32, "\x81\x30", FFFD},              // GB 18030's four bytes, cut short
+        {32, "\x81\x30\x20\x30Z", FFFD + "Z"},
+        {32, "\xD8\x38\x97\x34\xDE\x30\x99\x30", x2}, // planes 15 and 16
+    };
+    for (const auto& c : platform) {
+        const Converted converted = convert(c.eci, c.bytes);
+        EXPECT_EQ(converted.text, c.text) << c.eci << " " << testing::PrintToString(c.bytes);
+        EXPECT_FALSE(converted.complete) << c.eci;
+    }
+    // Single bytes a set leaves undefined.
+    for (const auto& [eci, byte] : {std::pair{5, 0xA5},
+                                    {8, 0xA1},
+                                    {9, 0xAE},
+                                    {10, 0xA1},
+                                    {13, 0xDB},
+                                    {21, 0x81},
+                                    {22, 0x98},
+                                    {23, 0x81}}) {
+        EXPECT_EQ(convert(eci, {static_cast<char>(byte), 'Z'}).text, FFFD + "Z") << eci;
+    }
+    // Four bytes of GB 18030 past the BMP, U+30000, are a character like any.
+    EXPECT_EQ(convert(32, "\x9A\x34\x84\x32").text, "\xF0\xB0\x80\x80");
 }
 
 } // namespace
