@@ -1,7 +1,5 @@
 // The per-scan-line work allocates nothing once the stages' buffers have
-// grown: locating, recognising codewords and correcting errors. This program
-// replaces the global operator new to count allocations while `counting` is
-// set.
+// grown: locating, recognising codewords and correcting errors.
 #include "pdf417scan/api/FrameReader.h"
 #include "pdf417scan/ecc/RS929Decoder.h"
 #include "pdf417scan/ecc/RS929Encoder.h"
@@ -10,62 +8,26 @@
 #include "pdf417scan/locate/Detector.h"
 #include "pdf417scan/reader/MessageDecoder.h"
 #include "pdf417scan/sampling/CodeWordRecognizer.h"
+#include "tests/support/AllocationCounter.h"
+#include "tests/support/DataCodewords.h"
 #include "tests/support/MessageSymbol.h"
 #include "tests/support/ModuleLineRenderer.h"
 #include "tests/support/Pdf417Codewords.h"
 #include "tests/support/RandomCodewords.h"
+#include "tests/support/SymbolCase.h"
 #include "tests/support/SymbolRenderer.h"
 #include "tests/support/ZintPdf417.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
-#include <cstdlib>
-#include <new>
 #include <random>
 #include <vector>
-
-namespace {
-std::atomic<bool> counting{false};
-std::atomic<long> allocations{0};
-} // namespace
-
-void* operator new(std::size_t size) {
-    allocations += counting ? 1 : 0;
-    if (void* p = std::malloc(size == 0 ? 1 : size)) {
-        return p;
-    }
-    throw std::bad_alloc();
-}
-
-// The nothrow form too (std::stable_sort's buffer uses it), so that every
-// plain delete below frees what malloc gave, as the sanitizers insist.
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    allocations += counting ? 1 : 0;
-    return std::malloc(size == 0 ? 1 : size);
-}
-
-// Kept out of line: inlined, GCC sees free() on memory from a new-expression
-// and warns, not knowing that new is malloc here.
-__attribute__((noinline)) void operator delete(void* p) noexcept {
-    std::free(p);
-}
-__attribute__((noinline)) void operator delete(void* p, std::size_t) noexcept {
-    std::free(p);
-}
 
 namespace pdf417 {
 namespace {
 
-template <typename Work>
-long allocationsDuring(Work&& work) {
-    allocations = 0;
-    counting = true;
-    work();
-    counting = false;
-    return allocations;
-}
+using test::allocationsDuring;
 
 TEST(LocateAllocation, NoneOnceBuffersHaveGrown) {
     std::mt19937 rng(5);
@@ -73,13 +35,7 @@ TEST(LocateAllocation, NoneOnceBuffersHaveGrown) {
     test::Pdf417Modules symbol;
     ASSERT_TRUE(
         test::encodeMessageSymbol(test::MessageKind::Text, 24, 8, 2, 1.0, rng, message, symbol));
-    test::SymbolRenderer::Options options;
-    options.moduleWidth = 3.0;
-    options.rotationDegrees = 2.0;
-    options.noiseSigma = 3.0;
-    options.frameWidth = 800;
-    options.frameHeight = 400;
-    auto frame = test::SymbolRenderer().render(test::ModuleGrid(symbol), options);
+    auto frame = test::renderCase(symbol, {24, 8, 3.0, 2.0, false, true});
     Image image = frame.image();
     std::vector<unsigned char> blank(800 * 400, 128);
     Image empty(blank.data(), 800, 400);
@@ -177,12 +133,12 @@ TEST(MessageDecoderAllocation, NoneOnceTheOutputHasGrown) {
     options.structIndex = 2;
     options.structCount = 5;
     options.structId = "123456";
-    test::Pdf417Modules symbol;
-    ASSERT_TRUE(test::encodePdf417Segments({{"Total: 12345678901234567 EUR", 3},
-                                            {"\xE6\x97\xA5\xE6\x9C\xAC", 20},
-                                            {"gr\xC3\xBC\xC3\x9F", 26}},
-                                           options, symbol));
-    const std::vector<unsigned short> words = test::symbolDataCodewords(symbol, 2);
+    const std::vector<unsigned short> words =
+        test::zintDataCodewords({{"Total: 12345678901234567 EUR", 3},
+                                 {"\xE6\x97\xA5\xE6\x9C\xAC", 20},
+                                 {"gr\xC3\xBC\xC3\x9F", 26}},
+                                options);
+    ASSERT_FALSE(words.empty());
     MessageDecoder decoder;
     DecodedMessage out;
     bool ok = false;
