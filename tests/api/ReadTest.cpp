@@ -1,6 +1,5 @@
-// The reading API: argument checks, every pixel layout, where the symbol is
-// said to lie, what the whole standard's decoding changes for a user, and
-// frames pooled by a FrameReader.
+// The reading API: argument checks, every pixel layout, what the whole
+// standard's decoding changes for a user, and frames pooled by a FrameReader.
 #include "pdf417scan/api/Read.h"
 #include "pdf417scan/api/Barcode2DScanner.h"
 #include "pdf417scan/api/FrameReader.h"
@@ -143,51 +142,6 @@ TEST(Read, EveryPixelLayoutReadsTheSame) {
             EXPECT_FALSE(read(swapped).ok());
         }
     }
-}
-
-// Generated symbols in all four right-angle turns, tilted a little: the
-// message, the geometry and corners within a module of the truth, the
-// corners named in the symbol's own reading direction.
-TEST(Read, ReportsTheSymbolsGeometryAndCorners) {
-    std::mt19937 rng(1234);
-    int read = 0;
-    const int cases = 24;
-    for (int i = 0; i < cases; ++i) {
-        const int rows = 6 + static_cast<int>(rng() % 30);
-        const int columns = 1 + static_cast<int>(rng() % 10);
-        const int level = 1 + static_cast<int>(rng() % 4);
-        std::string message;
-        Pdf417Modules symbol;
-        if (!encodeMessageSymbol(static_cast<MessageKind>(i % 3), rows, columns, level, 0.8, rng,
-                                 message, symbol)) {
-            continue;
-        }
-        const double turn = 90.0 * (i % 4) + (static_cast<int>(rng() % 5) - 2);
-        const double module = 3.0 + (rng() % 3);
-        const auto frame = renderCase(symbol, {rows, columns, module, turn}, i + 1u);
-        const ReadResult r = pdf417::read(viewOf(frame));
-        SCOPED_TRACE("case " + std::to_string(i) + ": " + std::to_string(rows) + "x" +
-                     std::to_string(columns) + " turned " + std::to_string(turn));
-        if (!r.ok()) {
-            continue;
-        }
-        ++read;
-        EXPECT_EQ(bytesOf(r), message);
-        EXPECT_EQ(r.rows, rows);
-        EXPECT_EQ(r.dataColumns, columns);
-        EXPECT_EQ(r.ecLevel, level);
-        EXPECT_NE(r.chain, ReadChain::None);
-        const double w = frame.widthModules;
-        const double h = frame.heightModules;
-        const Vec2 truth[4] = {frame.toFrame(0, 0), frame.toFrame(w, 0), frame.toFrame(w, h),
-                               frame.toFrame(0, h)};
-        for (int c = 0; c < 4; ++c) {
-            EXPECT_LT(std::hypot(r.corners[c].x() - truth[c].x, r.corners[c].y() - truth[c].y),
-                      frame.modulePixels)
-                << "corner " << c;
-        }
-    }
-    EXPECT_GE(read, cases * 9 / 10);
 }
 
 // Where the two entries differ: a message that opens with a byte outside

@@ -1,8 +1,10 @@
 // The Objective-C entry as a host app sees it: its method signature in the
 // runtime, an empty string (not nil) when nothing was read, the message when
-// a symbol was. GNUstep on GCC has no @autoreleasepool, hence the pools.
+// a symbol was, made by the ASCII conversion. GNUstep on GCC has no
+// @autoreleasepool, hence the pools.
 #import "pdf417scan/api/objc/Barcode2DScanner.h"
 
+#include "pdf417scan/api/Barcode2DScanner.h"
 #include "tests/support/MessageSymbol.h"
 #include "tests/support/SymbolCase.h"
 
@@ -88,6 +90,38 @@ TEST(Barcode2DScannerObjC, RenderedSymbolsGiveTheirText) {
         EXPECT_EQ([text length], message.size());
         EXPECT_EQ(bytesOf(text), message) << turn * 90 << " deg";
     }
+    [scanner release];
+}
+
+NSString *stringOf(const std::string &bytes, NSStringEncoding encoding) {
+    return [[[NSString alloc] initWithBytes:bytes.data() length:bytes.size()
+                                   encoding:encoding] autorelease];
+}
+
+bool same(NSString *a, NSString *b) {
+    return a == nil ? b == nil : b != nil && [a isEqualToString:b];
+}
+
+// A message with bytes above 127 is handed to the platform's ASCII
+// conversion as it is, and whatever that makes of it is returned (nil on
+// GNUstep): not the UTF-8 or Latin-1 reading of the same bytes.
+TEST(Barcode2DScannerObjC, BytesAbove127GoThroughTheAsciiConversion) {
+    Pool pool;
+    const std::string message = "Gr\xC3\xBC\xC3\x9F"
+                                "e aus K\xC3\xB6ln: 2 \xC3\x97 3 \xE2\x82\xAC";
+    pdf417::test::Pdf417Modules symbol;
+    ASSERT_TRUE(pdf417::test::encodePdf417(message, {4, 3, 0}, symbol));
+    auto frame = pdf417::test::renderCase(symbol, {symbol.rows, 4, 3.0});
+    char *pixels = reinterpret_cast<char *>(frame.pixels.data());
+    ASSERT_EQ(pdf417::Barcode2DScanner().scanGrayscaleImage(pixels, frame.width, frame.height),
+              message);
+    NSString *ascii = stringOf(message, NSASCIIStringEncoding);
+    // The platform must tell the readings apart, or this proves nothing.
+    ASSERT_FALSE(same(ascii, stringOf(message, NSUTF8StringEncoding)));
+    ASSERT_FALSE(same(ascii, stringOf(message, NSISOLatin1StringEncoding)));
+    Barcode2DScanner *scanner = [[Barcode2DScanner alloc] init];
+    EXPECT_TRUE(
+        same([scanner scanGrayscaleImage:pixels Width:frame.width Height:frame.height], ascii));
     [scanner release];
 }
 
