@@ -92,29 +92,24 @@ int drawPattern(Frame& frame, int x, const std::array<int, N>& widths, int modul
     return x;
 }
 
-struct Case {
-    std::string name;
-    Frame frame;
-};
-
-// Frames without a symbol, each with what it is meant to trip.
-std::vector<Case> framesWithoutSymbols() {
-    std::vector<Case> cases;
-    const auto add = [&](const std::string& name, Frame frame) {
-        cases.push_back({name, std::move(frame)});
+// Frames without a symbol, each with what it is meant to trip: each reads
+// nothing.
+TEST(AdversarialFrames, FramesWithoutSymbolsReadNothing) {
+    const auto nothing = [](const std::string& name, const Frame& frame) {
+        EXPECT_EQ(scanExactly(frame), "") << name;
     };
+    // Nothing to read, and no pixel either.
+    EXPECT_EQ(Barcode2DScanner().scanGrayscaleImage(nullptr, 0, 0), "");
     // Degenerate sizes: nothing at all, one pixel, single rows and columns,
     // plain and striped like bars.
-    add("0x0", Frame(0, 0, kPaper));
-    add("1x1 ink", Frame(1, 1, kInk));
-    add("1x1 paper", Frame(1, 1, kPaper));
+    nothing("0x0", Frame(0, 0, kPaper));
     const auto stripes = [](int x, int y) { return ((x + y) / 3) % 2 ? kInk : kPaper; };
-    for (const int n : {2, 3, 17, 100, 1000, 40000}) {
+    for (const int n : {1, 2, 3, 17, 100, 1000, 40000}) {
         const std::string size = std::to_string(n);
-        add(size + "x1", Frame(n, 1, kPaper));
-        add("1x" + size, Frame(1, n, kPaper));
-        add(size + "x1 striped", Frame(n, 1, stripes));
-        add("1x" + size + " striped", Frame(1, n, stripes));
+        nothing(size + "x1", Frame(n, 1, kPaper));
+        nothing("1x" + size, Frame(1, n, kInk));
+        nothing(size + "x1 striped", Frame(n, 1, stripes));
+        nothing("1x" + size + " striped", Frame(1, n, stripes));
     }
 
     // Runs are counted in 16 bits: 40,000 pixels of one level in a row are
@@ -125,60 +120,59 @@ std::vector<Case> framesWithoutSymbols() {
     constexpr int kWide = 40000;
     for (const int height : {1, 2, 12}) {
         const std::string rows = ", " + std::to_string(height) + " rows";
-        add("wide ink" + rows, Frame(kWide, height, kInk));
-        add("wide paper" + rows, Frame(kWide, height, kPaper));
+        nothing("wide ink" + rows, Frame(kWide, height, kInk));
+        nothing("wide paper" + rows, Frame(kWide, height, kPaper));
         Frame guards(kWide, height, kPaper);
         drawPattern(guards, 20000, kStartPattern, 3);
         drawPattern(guards, kWide - 100, kStopPattern, 3);
-        add("wide guards" + rows, guards);
+        nothing("wide guards" + rows, guards);
         Frame dark(kWide, height, [](int x, int) { return x < 100 ? kPaper : kInk; });
         drawPattern(dark, 0, kStartPattern, 3);
-        add("wide dark" + rows, dark);
+        nothing("wide dark" + rows, dark);
     }
-    add("tall", Frame(3, kWide, kPaper));
+    nothing("tall", Frame(3, kWide, kPaper));
 
     // All black, all white, the gray between; noise; bars and stripes.
-    for (const int level : {0, 1, 30, 128, 220, 255}) {
-        const auto gray = static_cast<unsigned char>(level);
-        add("uniform " + std::to_string(level), Frame(320, 240, gray));
-        add("small uniform " + std::to_string(level), Frame(7, 5, gray));
+    for (const unsigned char level : {0, 1, 30, 128, 220, 255}) {
+        nothing("uniform " + std::to_string(level), Frame(320, 240, level));
+        nothing("small uniform " + std::to_string(level), Frame(7, 5, level));
     }
     std::mt19937 rng(9);
-    add("noise", Frame(320, 240, [&](int, int) { return rng(); }));
-    add("vertical bars", Frame(320, 240, [](int x, int) { return (x / 3) % 2 ? kPaper : kInk; }));
-    add("horizontal stripes", Frame(320, 240, [](int, int y) { return y % 2 ? kPaper : kInk; }));
+    nothing("noise", Frame(320, 240, [&](int, int) { return rng(); }));
+    nothing("vertical bars",
+            Frame(320, 240, [](int x, int) { return (x / 3) % 2 ? kPaper : kInk; }));
+    nothing("horizontal stripes",
+            Frame(320, 240, [](int, int y) { return y % 2 ? kPaper : kInk; }));
     for (int period = 1; period <= 20; ++period) {
-        add("checkerboard " + std::to_string(period), Frame(320, 240, [=](int x, int y) {
-                return (x / period + y / period) % 2 ? kInk : kPaper;
-            }));
+        nothing("checkerboard " + std::to_string(period), Frame(320, 240, [=](int x, int y) {
+                    return (x / period + y / period) % 2 ? kInk : kPaper;
+                }));
     }
 
     for (const int module : {1, 2, 3, 5}) {
         const std::string m = ", module " + std::to_string(module);
         // Every row a start pattern, or a stop pattern: once, or repeated
         // across the whole width.
-        Frame start(320, 240, kPaper);
+        Frame start(320, 240, kPaper), stop(320, 240, kPaper);
+        Frame starts(320, 240, kPaper), stops(320, 240, kPaper);
         drawPattern(start, 40, kStartPattern, module);
-        add("start" + m, start);
-        Frame stop(320, 240, kPaper);
         drawPattern(stop, 200, kStopPattern, module);
-        add("stop" + m, stop);
-        Frame starts(320, 240, kPaper);
-        Frame stops(320, 240, kPaper);
         for (int x = 0; x < 320;) {
             x = drawPattern(starts, x, kStartPattern, module);
         }
         for (int x = 0; x < 320;) {
             x = drawPattern(stops, x, kStopPattern, module);
         }
-        add("starts" + m, starts);
-        add("stops" + m, stops);
+        nothing("start" + m, start);
+        nothing("stop" + m, stop);
+        nothing("starts" + m, starts);
+        nothing("stops" + m, stops);
         // A start pattern with nothing after it: paper to the edge, the
         // edge right behind it, or the edge through its middle.
         for (const int tail : {60, 0, -8 * module}) {
             Frame alone(20 + 17 * module + tail, 90, kPaper);
             drawPattern(alone, 20, kStartPattern, module);
-            add("start alone, tail " + std::to_string(tail) + m, alone);
+            nothing("start alone, tail " + std::to_string(tail) + m, alone);
         }
         // Start and stop facing each other with no codeword columns between
         // them, and with an empty gap where the columns should be.
@@ -186,7 +180,7 @@ std::vector<Case> framesWithoutSymbols() {
             Frame guards(60 + 35 * module + gap, 120, kPaper);
             drawPattern(guards, drawPattern(guards, 30, kStartPattern, module) + gap, kStopPattern,
                         module);
-            add("guards, gap " + std::to_string(gap) + m, guards);
+            nothing("guards, gap " + std::to_string(gap) + m, guards);
         }
     }
 
@@ -209,17 +203,8 @@ std::vector<Case> framesWithoutSymbols() {
             }
         }
         drawPattern(frame, end, kStopPattern, module);
-        add("random bars " + std::to_string(trial), frame);
+        nothing("random bars " + std::to_string(trial), frame);
     }
-    return cases;
-}
-
-TEST(AdversarialFrames, FramesWithoutSymbolsReadNothing) {
-    for (const Case& c : framesWithoutSymbols()) {
-        EXPECT_EQ(scanExactly(c.frame), "") << c.name;
-    }
-    // Nothing to read, and no pixel either.
-    EXPECT_EQ(Barcode2DScanner().scanGrayscaleImage(nullptr, 0, 0), "");
 }
 
 // A readable symbol cropped further and further at one side, a module at a

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
 
@@ -21,7 +22,7 @@ TEST(StagedReader, ReadsWhatTheScannerReads) {
     StagedReader staged;
     int reads = 0;
     int misses = 0;
-    for (int trial = 0; trial < 24; ++trial) {
+    for (int trial = 0; trial < 16; ++trial) {
         std::string message = "staged " + std::to_string(trial);
         for (int k = 0; k < trial * 3; ++k) {
             message += static_cast<char>('A' + rng() % 26);
@@ -52,10 +53,7 @@ TEST(StagedReader, ReadsWhatTheScannerReads) {
             EXPECT_EQ(std::string(bytes.begin(), bytes.end()), expected) << "trial " << trial;
             EXPECT_EQ(reached == Reached::Read, !bytes.empty()) << describe(reached);
             EXPECT_GT(times.detect, 0.0);
-            EXPECT_GE(times.cut, 0.0);
-            EXPECT_GE(times.sample, 0.0);
-            EXPECT_GE(times.correct, 0.0);
-            EXPECT_GE(times.decode, 0.0);
+            EXPECT_GE(std::min({times.cut, times.sample, times.correct, times.decode}), 0.0);
             EXPECT_NEAR(times.total(),
                         times.detect + times.cut + times.sample + times.correct + times.decode,
                         1e-12);

@@ -11,8 +11,8 @@ namespace pdf417::synth {
 namespace {
 
 // Small frames keep the test quick; every range holds at any frame size.
-constexpr int WIDTH = 640;
-constexpr int HEIGHT = 400;
+constexpr int WIDTH = 400;
+constexpr int HEIGHT = 250;
 
 TEST(CorpusGenerator, FramesAreReproducibleAndIndependent) {
     CorpusGenerator a(3);
@@ -43,7 +43,7 @@ TEST(CorpusGenerator, FactorsStayInTheirRangesAndMatchTheSymbol) {
     int keystoned = 0;
     int offRightAngles = 0;
     int mirrored = 0;
-    for (std::uint64_t i = 0; i < 44; ++i) {
+    for (std::uint64_t i = 0; i < 22; ++i) {
         CorpusFrame frame;
         std::string error;
         ASSERT_TRUE(generator.make(i, WIDTH, HEIGHT, frame, error)) << error;
@@ -89,7 +89,7 @@ TEST(CorpusGenerator, FactorsStayInTheirRangesAndMatchTheSymbol) {
         EXPECT_EQ(symbol.rows, e.rows);
         EXPECT_EQ(symbol.dataColumns, e.columns);
     }
-    EXPECT_EQ(symbols, 42);
+    EXPECT_EQ(symbols, 21);
     // Some frames of each: strong perspective, any angle, seen from behind.
     EXPECT_GT(keystoned, 2);
     EXPECT_GT(offRightAngles, 5);

@@ -5,16 +5,20 @@
 #include "tests/support/ModuleGrid.h"
 #include "tests/support/SymbolRenderer.h"
 #include "tests/support/ZintPdf417.h"
-#include "tests/tools/ChildProcess.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <stb_image.h>
 #include <stb_image_write.h>
 
-#include <stdlib.h>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -23,47 +27,124 @@
 #include <string>
 #include <vector>
 
+extern char** environ;
+
 namespace pdf417::test {
 namespace {
 
 using nlohmann::json;
 namespace fs = std::filesystem;
 
-ChildProcess::Result runScanner(std::vector<std::string> args, const std::string& input = "",
-                                bool errToTerminal = false) {
+// What a run of the scanner printed, and its exit status (-1 when it did
+// not exit normally, as on a sanitizer's abort, or could not be started).
+struct Run {
+    int exitStatus = -1;
+    std::string out;
+    std::string err;
+};
+
+// An unlinked scratch file. The scanner's standard streams go through such
+// files, so neither side can block the other however much either writes.
+int scratchFile() {
+    std::string name = (fs::temp_directory_path() / "pdf417scan-io-XXXXXX").string();
+    const int fd = ::mkostemp(name.data(), O_CLOEXEC);
+    if (fd >= 0) {
+        ::unlink(name.c_str());
+    }
+    return fd;
+}
+
+// Everything from fd's offset on, or until the far end of a terminal closes.
+std::string readAll(int fd) {
+    std::string text;
+    char buffer[1 << 16];
+    for (ssize_t got; (got = ::read(fd, buffer, sizeof buffer)) != 0;) {
+        if (got < 0 && errno != EINTR) {
+            break; // EIO: the terminal's far end is closed
+        }
+        text.append(buffer, got > 0 ? static_cast<std::size_t>(got) : 0);
+    }
+    return text;
+}
+
+// Runs the scanner with `args`, no shell involved, feeding it `input`. With
+// `errToTerminal` its standard error is a raw pseudo-terminal, as when a
+// person watches it.
+Run runScanner(std::vector<std::string> args, const std::string& input = "",
+               bool errToTerminal = false) {
     args.insert(args.begin(), PDF417SCAN_CLI);
-    return ChildProcess::run(args, input, errToTerminal);
+    std::vector<char*> argv;
+    for (std::string& arg : args) {
+        argv.push_back(arg.data());
+    }
+    argv.push_back(nullptr);
+    const int in = scratchFile(), out = scratchFile();
+    int err = -1, terminal = -1;
+    if (errToTerminal) {
+        terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        const char* name = terminal >= 0 && ::grantpt(terminal) == 0 && ::unlockpt(terminal) == 0
+                               ? ::ptsname(terminal)
+                               : nullptr;
+        err = name == nullptr ? -1 : ::open(name, O_RDWR | O_NOCTTY | O_CLOEXEC);
+        termios mode;
+        if (err >= 0 && ::tcgetattr(err, &mode) == 0) {
+            ::cfmakeraw(&mode);
+            ::tcsetattr(err, TCSANOW, &mode);
+        }
+    } else {
+        err = scratchFile();
+    }
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, in, 0);
+    posix_spawn_file_actions_adddup2(&actions, out, 1);
+    posix_spawn_file_actions_adddup2(&actions, err, 2);
+    pid_t pid = 0;
+    const bool spawned =
+        in >= 0 && out >= 0 && err >= 0 &&
+        ::write(in, input.data(), input.size()) == static_cast<ssize_t>(input.size()) &&
+        ::lseek(in, 0, SEEK_SET) == 0 &&
+        ::posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ) == 0;
+    posix_spawn_file_actions_destroy(&actions);
+    Run run;
+    if (spawned && errToTerminal) {
+        // Only the child holds the terminal now: drain it while it runs.
+        ::close(err);
+        err = -1;
+        run.err = readAll(terminal);
+    }
+    int status = 0;
+    pid_t waited = -1;
+    while (spawned && (waited = ::waitpid(pid, &status, 0)) < 0 && errno == EINTR) {
+    }
+    if (waited == pid) {
+        run.out = ::lseek(out, 0, SEEK_SET) == 0 ? readAll(out) : "";
+        run.err += !errToTerminal && ::lseek(err, 0, SEEK_SET) == 0 ? readAll(err) : "";
+        run.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+    for (const int fd : {in, out, err, terminal}) {
+        if (fd >= 0) {
+            ::close(fd);
+        }
+    }
+    return run;
 }
 
 // A fresh directory for one test's files, removed with everything in it.
-class ScratchDir {
-public:
-    ScratchDir() : path_(fs::temp_directory_path() / "pdf417scan-XXXXXX") {
-        std::string name = path_.string();
-        made_ = ::mkdtemp(name.data()) != nullptr;
-        path_ = name;
-        EXPECT_TRUE(made_) << "no scratch directory";
-    }
+struct ScratchDir {
+    const fs::path path = fs::temp_directory_path() / ("pdf417scan-" + std::to_string(::getpid()));
+    ScratchDir() { fs::create_directories(path); }
     ~ScratchDir() {
         std::error_code ignored;
-        if (made_) {
-            fs::remove_all(path_, ignored);
-        }
+        fs::remove_all(path, ignored);
     }
-    ScratchDir(const ScratchDir&) = delete;
-    ScratchDir& operator=(const ScratchDir&) = delete;
-
-    std::string file(const std::string& name) const { return (path_ / name).string(); }
-
-private:
-    fs::path path_;
-    bool made_ = false;
+    std::string file(const std::string& name) const { return (path / name).string(); }
+    // Writes the file `name` in the directory and returns its path.
+    std::string write(const std::string& name, const std::string& bytes) const {
+        std::ofstream(file(name), std::ios::binary) << bytes;
+        return file(name);
+    }
 };
-
-bool writeFile(const std::string& path, const std::string& bytes) {
-    std::ofstream out(path, std::ios::binary);
-    return static_cast<bool>(out.write(bytes.data(), static_cast<std::streamsize>(bytes.size())));
-}
 
 std::string readFile(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
@@ -71,18 +152,10 @@ std::string readFile(const fs::path& path) {
 }
 
 // A camera-like frame of `message` encoded by libzint (no pixels if libzint
-// refuses it), `width` x `height` or just large enough; with no message,
-// blank paper.
+// refuses it), width x height or, for 0 x 0, just large enough.
 SymbolRenderer::Frame frameOf(const std::string& message, int width = 0, int height = 0,
                               std::uint64_t seed = 1) {
     Pdf417Modules symbol;
-    if (message.empty()) {
-        SymbolRenderer::Frame frame;
-        frame.width = width;
-        frame.height = height;
-        frame.pixels.assign(static_cast<std::size_t>(width) * height, 200);
-        return frame;
-    }
     if (!encodePdf417(message, {}, symbol)) {
         return {};
     }
@@ -96,10 +169,16 @@ SymbolRenderer::Frame frameOf(const std::string& message, int width = 0, int hei
     return SymbolRenderer().render(ModuleGrid(symbol), options);
 }
 
-std::string pgm(const ScratchDir& dir, const std::string& name, const SymbolRenderer::Frame& f) {
-    const std::string path = dir.file(name);
-    EXPECT_TRUE(f.writePgm(path)) << path;
-    return path;
+std::string pixels(const SymbolRenderer::Frame& frame) {
+    return std::string(frame.pixels.begin(), frame.pixels.end());
+}
+
+// The bytes of a binary PGM file.
+std::string pgm(int width, int height, const std::string& pixels) {
+    return "P5\n" + std::to_string(width) + " " + std::to_string(height) + "\n255\n" + pixels;
+}
+std::string pgm(const SymbolRenderer::Frame& frame) {
+    return pgm(frame.width, frame.height, pixels(frame));
 }
 
 std::vector<std::string> lines(const std::string& text) {
@@ -148,17 +227,14 @@ TEST(Scanner, ReadsTheBundledSamples) {
 // wiped before any message and at the end.
 TEST(Scanner, ExitStatusesFailuresAndProgress) {
     ScratchDir dir;
-    const std::string first = pgm(dir, "first.pgm", frameOf("FIRST"));
-    const std::string second = pgm(dir, "second.pgm", frameOf("SECOND"));
-    const std::string noSymbol = pgm(dir, "no symbol.pgm", frameOf("", 320, 200));
+    const std::string first = dir.write("first.pgm", pgm(frameOf("FIRST")));
+    const std::string second = dir.write("second.pgm", pgm(frameOf("SECOND")));
+    const std::string noSymbol = dir.write("no symbol.pgm", pgm(320, 200, std::string(64000, 'x')));
     const std::string missing = dir.file("missing.png");
-    const std::string truncated = dir.file("truncated.png");
-    const std::string text = dir.file("notes.png");
-    const std::string empty = dir.file("empty.jpg");
     const std::string png = readFile(fs::path(PDF417SCAN_SAMPLES_DIR) / "hello.png");
-    ASSERT_TRUE(writeFile(truncated, png.substr(0, png.size() / 2)));
-    ASSERT_TRUE(writeFile(text, "This is a text file, not a picture.\n"));
-    ASSERT_TRUE(writeFile(empty, ""));
+    const std::string truncated = dir.write("truncated.png", png.substr(0, png.size() / 2));
+    const std::string text = dir.write("notes.png", "This is a text file, not a picture.\n");
+    const std::string empty = dir.write("empty.jpg", "");
 
     const auto mixed = runScanner({first, noSymbol});
     EXPECT_EQ(mixed.exitStatus, 1);
@@ -221,14 +297,11 @@ TEST(Scanner, ExitStatusesFailuresAndProgress) {
 
 TEST(Scanner, RawFramesFromStandardInputAndFiles) {
     ScratchDir dir;
-    const auto raw = [](const SymbolRenderer::Frame& f) {
-        return std::string(f.pixels.begin(), f.pixels.end());
-    };
     const std::string first = "RAW FRAME ONE";
     const std::string second = "raw frame two, 0123456789";
-    const std::string a = raw(frameOf(first, 640, 360, 1));
-    const std::string b = raw(frameOf(second, 640, 360, 2));
-    const std::string blank = raw(frameOf("", 640, 360));
+    const std::string a = pixels(frameOf(first, 640, 360, 1));
+    const std::string b = pixels(frameOf(second, 640, 360, 2));
+    const std::string blank(640 * 360, 'x');
     ASSERT_TRUE(a.size() == blank.size() && b.size() == blank.size());
 
     const auto one = runScanner({"--raw", "640x360", "-"}, a);
@@ -243,10 +316,8 @@ TEST(Scanner, RawFramesFromStandardInputAndFiles) {
         << three.err;
 
     // The same from a file, with a file that is one byte short beside it.
-    const std::string file = dir.file("frames.gray");
-    const std::string cut = dir.file("cut.gray");
-    ASSERT_TRUE(writeFile(file, b + a));
-    ASSERT_TRUE(writeFile(cut, a.substr(1)));
+    const std::string file = dir.write("frames.gray", b + a);
+    const std::string cut = dir.write("cut.gray", a.substr(1));
     const auto files = runScanner({"--raw", "640X360", cut, file});
     EXPECT_EQ(files.exitStatus, 2);
     EXPECT_EQ(files.out, file + "#1: " + second + "\n" + file + "#2: " + first + "\n");
@@ -280,7 +351,7 @@ TEST(Scanner, JsonLinesParseAndCarryTheExactBytes) {
     for (std::size_t i = 0; i < messages.size(); ++i) {
         const SymbolRenderer::Frame frame = frameOf(messages[i], 0, 0, i);
         ASSERT_FALSE(frame.pixels.empty()) << "libzint refused message " << i;
-        args.push_back(pgm(dir, "message " + std::to_string(i) + ".pgm", frame));
+        args.push_back(dir.write("message " + std::to_string(i) + ".pgm", pgm(frame)));
     }
     const auto run = runScanner(args);
     EXPECT_EQ(run.exitStatus, 0) << run.err;
@@ -344,8 +415,7 @@ TEST(Scanner, ReadsColourAndGrayInEveryWritableFormat) {
     ASSERT_TRUE(stbi_write_jpg(files[2].c_str(), w, h, 1, frame.pixels.data(), 90));
     ASSERT_TRUE(stbi_write_bmp(files[3].c_str(), w, h, 3, rgb.data()));
     ASSERT_TRUE(stbi_write_tga(files[4].c_str(), w, h, 3, rgb.data()));
-    ASSERT_TRUE(writeFile(files[5], "P6\n" + std::to_string(w) + " " + std::to_string(h) +
-                                        "\n255\n" + std::string(rgb.begin(), rgb.end())));
+    dir.write("colour.ppm", "P6" + pgm(w, h, std::string(rgb.begin(), rgb.end())).substr(2));
     const auto run = runScanner(files);
     EXPECT_EQ(run.exitStatus, 0) << run.err;
     std::string expected;
@@ -400,8 +470,8 @@ TEST(Scanner, FastOptionJsonFieldsAndDebugImage) {
     options.moduleWidth = 3.0;
     options.rotationDegrees = 30.0;
     const SymbolRenderer::Frame frame = SymbolRenderer().render(ModuleGrid(symbol), options);
-    const std::string turned = pgm(dir, "turned.pgm", frame);
-    const std::string blank = pgm(dir, "blank.pgm", frameOf("", 200, 100));
+    const std::string turned = dir.write("turned.pgm", pgm(frame));
+    const std::string blank = dir.write("blank.pgm", pgm(200, 100, std::string(20000, 'x')));
 
     EXPECT_EQ(runScanner({"--fast", turned}).exitStatus, 1);
     const auto run = runScanner({"--json", turned});
@@ -465,7 +535,7 @@ TEST(Scanner, FramesPoolWhatNoSingleFrameShows) {
         if (band > 0) {
             addGlare(frame, 2 * band - 2, 2 * band - 1);
         }
-        files.push_back(pgm(dir, "frame" + std::to_string(band) + ".pgm", frame));
+        files.push_back(dir.write("frame" + std::to_string(band) + ".pgm", pgm(frame)));
     }
     // Without glare the frame reads: the failures are the glare's doing.
     const auto apart = runScanner(files);
