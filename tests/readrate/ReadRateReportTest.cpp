@@ -25,16 +25,8 @@ test::CorpusEntry entry(const std::string& corpus, const std::string& name, doub
     e.image = name + ".pgm";
     e.message = symbol ? name + ".msg" : "";
     e.content = symbol ? "digits" : "texture";
-    e.width = 1280;
-    e.height = 720;
     e.messageLength = symbol ? 12 : 0;
-    e.columns = 4;
-    e.rows = 10;
-    e.level = 3;
     e.modulePx = module;
-    e.rowHeight = 3.0;
-    e.ink = 40.0;
-    e.paper = 200.0;
     return e;
 }
 

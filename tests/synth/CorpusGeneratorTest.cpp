@@ -15,11 +15,8 @@ constexpr int WIDTH = 400;
 constexpr int HEIGHT = 250;
 
 TEST(CorpusGenerator, FramesAreReproducibleAndIndependent) {
-    CorpusGenerator a(3);
-    CorpusGenerator b(3);
-    CorpusFrame first;
-    CorpusFrame other;
-    CorpusFrame again;
+    CorpusGenerator a(3), b(3);
+    CorpusFrame first, other, again;
     std::string error;
     // Frame 2 made before or after frame 1, by another object: the same frame.
     ASSERT_TRUE(a.make(1, WIDTH, HEIGHT, first, error)) << error;
@@ -39,10 +36,7 @@ TEST(CorpusGenerator, FactorsStayInTheirRangesAndMatchTheSymbol) {
     CorpusGenerator generator(11);
     const std::set<std::string> kinds{"short-text", "long-text", "digits", "bytes", "licence"};
     const std::set<std::string> decoys{"texture", "stripes", "text"};
-    int symbols = 0;
-    int keystoned = 0;
-    int offRightAngles = 0;
-    int mirrored = 0;
+    int symbols = 0, keystoned = 0, offRightAngles = 0, mirrored = 0;
     for (std::uint64_t i = 0; i < 22; ++i) {
         CorpusFrame frame;
         std::string error;

@@ -1,3 +1,5 @@
+#include "pdf417scan/api/Barcode2DScanner.h"
+#include "pdf417scan/api/Read.h"
 #include "tests/support/ExpectedRead.h"
 #include "tests/support/ZintPdf417.h"
 #include "tools/synth/CodewordFootprint.h"
@@ -161,16 +163,21 @@ TEST(StandardGenerator, ExpectationsMatchTheSymbolDrawn) {
     std::remove(path.c_str());
 }
 
-TEST(EmptyGenerator, ShowsNoSymbol) {
+// Pages with printed text, linear barcodes, textures and stripes, but no
+// PDF417: neither entry reads anything in them.
+TEST(EmptyGenerator, ShowsNoSymbolThatReads) {
     EmptyGenerator generator(6);
     for (std::uint64_t i = 0; i < 2; ++i) {
         CorpusFrame frame;
         generator.make(i, frame);
-        EXPECT_FALSE(frame.entry.hasSymbol());
-        EXPECT_TRUE(frame.message.empty());
-        EXPECT_FALSE(frame.expected.has_value());
-        EXPECT_FALSE(frame.entry.content.empty());
-        EXPECT_EQ(frame.pixels.size(), std::size_t{1280} * 720);
+        const test::CorpusEntry& e = frame.entry;
+        EXPECT_TRUE(!e.hasSymbol() && frame.message.empty() && !frame.expected.has_value());
+        ASSERT_EQ(frame.pixels.size(), std::size_t{1280} * 720);
+        EXPECT_FALSE(read(ImageView(frame.pixels.data(), frame.pixels.size(), 1280, 720)).ok());
+        EXPECT_EQ(Barcode2DScanner().scanGrayscaleImage(
+                      reinterpret_cast<const char*>(frame.pixels.data()), 1280, 720),
+                  "")
+            << e.content;
     }
 }
 

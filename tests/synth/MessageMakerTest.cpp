@@ -73,21 +73,5 @@ TEST(MessageMaker, KindsKeepTheirLengthsAlphabetsAndEncode) {
     EXPECT_TRUE(tagged > 10 && tagged < 40) << tagged; // one in five of 120
 }
 
-TEST(Random, RangesAndIndependentStreams) {
-    Random random(42);
-    for (int i = 0; i < 10000; ++i) {
-        const double u = random.uniform();
-        ASSERT_TRUE(u >= 0.0 && u < 1.0);
-        const double v = random.uniform(1.2, 8.0);
-        ASSERT_TRUE(v >= 1.2 && v < 8.0);
-        ASSERT_LT(random.below(7), 7u);
-    }
-    EXPECT_EQ(random.below(0), 0u);
-    // Neighbouring items and seeds get unrelated streams.
-    EXPECT_NE(Random::derive(1, 0), Random::derive(1, 1));
-    EXPECT_NE(Random::derive(1, 0), Random::derive(2, 0));
-    EXPECT_EQ(Random::derive(9, 5), Random::derive(9, 5));
-}
-
 } // namespace
 } // namespace pdf417::synth
