@@ -1,9 +1,6 @@
-// Frames built to trip the reading chain: degenerate sizes, rows longer than
-// a 16-bit run, uniform, noisy and periodic pictures, start and stop patterns
-// with no symbol between them, and a real symbol cut away at each edge. Every
-// frame sits in a buffer of exactly width x height bytes, so a read past it
-// is caught by the sanitizer build; each must come back with nothing, the
-// refusal the checked entry owes it, or the symbol's own message.
+// Frames built to trip the reading chain, each in a buffer of exactly width x
+// height bytes so that the sanitizer build catches a read past it: each gives
+// nothing, the refusal the checked entry owes it, or the symbol's message.
 #include "pdf417scan/api/Barcode2DScanner.h"
 #include "pdf417scan/api/Read.h"
 #include "pdf417scan/imaging/Image.h"
@@ -55,9 +52,8 @@ struct Frame {
     unsigned char& at(int x, int y) { return pixels[static_cast<std::size_t>(y) * width + x]; }
 };
 
-// Both entries on a heap copy of exactly width x height bytes (none at all
-// for an empty frame). The reading API reads at least what the scanner reads;
-// returns what it read.
+// What both entries read from a heap copy of exactly the frame's bytes; the
+// reading API reads at least what the scanner reads.
 std::string scanExactly(const Frame& frame) {
     const std::size_t size = frame.pixels.size();
     std::unique_ptr<unsigned char[]> exact(size ? new unsigned char[size] : nullptr);
@@ -92,16 +88,12 @@ int drawPattern(Frame& frame, int x, const std::array<int, N>& widths, int modul
     return x;
 }
 
-// Frames without a symbol, each with what it is meant to trip: each reads
-// nothing.
 TEST(AdversarialFrames, FramesWithoutSymbolsReadNothing) {
     const auto nothing = [](const std::string& name, const Frame& frame) {
         EXPECT_EQ(scanExactly(frame), "") << name;
     };
-    // Nothing to read, and no pixel either.
+    // No pixel at all; single pixels, rows and columns, plain and striped.
     EXPECT_EQ(Barcode2DScanner().scanGrayscaleImage(nullptr, 0, 0), "");
-    // Degenerate sizes: nothing at all, one pixel, single rows and columns,
-    // plain and striped like bars.
     nothing("0x0", Frame(0, 0, kPaper));
     const auto stripes = [](int x, int y) { return ((x + y) / 3) % 2 ? kInk : kPaper; };
     for (const int n : {1, 2, 3, 17, 100, 1000, 40000}) {
@@ -112,11 +104,9 @@ TEST(AdversarialFrames, FramesWithoutSymbolsReadNothing) {
         nothing("1x" + size + " striped", Frame(1, n, stripes));
     }
 
-    // Runs are counted in 16 bits: 40,000 pixels of one level in a row are
-    // more than one run can hold. Plain rows; start and stop patterns with
-    // 20,000 pixels of paper before, between and after them; ink from the
-    // start pattern's wide bar to the end of the row; 40,000 rows, read
-    // again turned.
+    // Runs are counted in 16 bits: rows of 40,000 pixels, plain, with start
+    // and stop patterns 20,000 pixels apart, or ink from the start pattern's
+    // wide bar on; 40,000 rows, read again turned.
     constexpr int kWide = 40000;
     for (const int height : {1, 2, 12}) {
         const std::string rows = ", " + std::to_string(height) + " rows";
@@ -184,10 +174,9 @@ TEST(AdversarialFrames, FramesWithoutSymbolsReadNothing) {
         }
     }
 
-    // Start and stop patterns around random bars and spaces of one to six
-    // modules, the same in every band of rows three modules high but for a
-    // few flipped in every second band: rows that look like a symbol's to
-    // the detector, with nothing in them that decodes.
+    // Start and stop patterns around random bars of one to six modules, alike
+    // in every row but a few flipped in every second band of three modules:
+    // a symbol's rows to the detector, with nothing in them that decodes.
     for (int trial = 0; trial < 12; ++trial) {
         const int module = 2 + trial % 3;
         Frame frame(60 + (35 + 68) * module, 40 + 30 * module, kPaper);
@@ -254,9 +243,8 @@ TEST(AdversarialFrames, SymbolsWithGarbageCodewordsReadNothing) {
         const int columns = 1 + trial % 3;
         ASSERT_TRUE(
             encodeMessageSymbol(MessageKind::Text, rows, columns, 2, 0.8, rng, message, symbol));
-        // Random codewords in every data column, or 17 spaces where each was;
-        // only the length descriptor stays, so that the codewords are
-        // extracted and handed to error correction.
+        // Random codewords, or 17 spaces, in every data cell but the length
+        // descriptor, so that the codewords reach error correction.
         const bool erased = trial % 2 == 1;
         for (int row = 0; row < rows; ++row) {
             for (int column = row == 0 ? 2 : 1; column <= columns; ++column) {

@@ -29,23 +29,21 @@ struct GridCase {
     Pdf417Modules symbol;
 };
 
-// Case i has kind i % 3, turn i % 4 and level i % 9, its size drawn where the
-// scanner is built to read: modules of 3 pixels or more, a symbol at least
-// 60 pixels high, at most 28 data columns (the vote table holds 30 with both
-// indicators) and rows that drift across the symbol by at most half its
-// height. Some cases are near the size limits. Past kSupportedCases come
-// symbols wider than the vote table and modules too fine to be sure of.
-// Messages that libzint opens with a byte shift are drawn again: the scanner
-// reads that shift as text on purpose (see MessageSymbol.h).
+// Case i has kind i % 3, turn i % 4 and level i % 9, and a size where the
+// scanner is built to read: modules of 3 pixels or more, at least 60 pixels
+// high, at most 28 data columns (the vote table holds 30 with both
+// indicators), rows drifting by at most half the height; some near those
+// limits. Past kSupportedCases: wider symbols and finer modules. Messages
+// that libzint opens with a byte shift, which the scanner reads as text on
+// purpose (see MessageSymbol.h), are drawn again.
 GridCase drawCase(std::mt19937& rng, int i) {
     GridCase c;
     c.kind = static_cast<MessageKind>(i % 3);
     c.level = i % 9;
     c.turn = i % 4;
-    // Levels 0 and 1 correct one and two errors: a single codeword misread
-    // where module edges fall between pixels, on all three scan lines of its
-    // row, is enough to lose them. They get whole-pixel modules, no tilt and
-    // no blur or noise.
+    // Levels 0 and 1 correct one and two errors: one codeword misread where
+    // module edges fall between pixels loses them. So whole-pixel modules,
+    // no tilt, no blur or noise.
     const bool weak = c.level < 2;
     const bool tilted = i % 2 == 1 && !weak;
     const double tilt = tilted ? static_cast<double>(rng() % 401) / 100.0 - 2.0 : 0.0;
@@ -54,8 +52,7 @@ GridCase drawCase(std::mt19937& rng, int i) {
     const bool outside = i >= kSupportedCases;
     const int needed = 2 + (2 << c.level); // length descriptor, one data codeword, checks
     for (;;) {
-        // Small symbols but where the level needs room.
-        const bool roomy = needed > 100;
+        const bool roomy = needed > 100; // else small symbols, quick to draw
         int columns = 1 + static_cast<int>(rng() % (roomy ? 28 : 12));
         int rows = 7 + static_cast<int>(rng() % (roomy ? 84 : 30));
         if (i % 12 == 11 || (outside && i % 2 == 0)) {
@@ -69,15 +66,17 @@ GridCase drawCase(std::mt19937& rng, int i) {
             continue;
         }
         // Frames under 0.35 megapixels keep the grid quick.
-        const double area = (width + 4) * (rows * 3.0 + 4);
-        const double maxModule = std::min(4.0, std::sqrt(0.35e6 / area));
-        const double least = outside && i % 2 == 1 ? 2.0 : 3.0;
-        if (maxModule < least || rows * 3.0 * least < 60.0) {
+        const bool fine = outside && i % 2 == 1;
+        const double least = fine ? 2.0 : 3.0;
+        const double most =
+            fine ? 2.9 : std::min(4.0, std::sqrt(0.35e6 / (width + 4) / (rows * 3 + 4)));
+        if (most < least || rows * 3.0 * least < 60.0) {
             continue;
         }
-        const double top = outside && i % 2 == 1 ? 2.9 : maxModule;
-        c.placement.module = least + (top - least) * static_cast<double>(rng() % 1001) / 1000.0;
-        c.placement.module = weak && !outside ? std::floor(c.placement.module) : c.placement.module;
+        c.placement.module = least + (most - least) * static_cast<double>(rng() % 1001) / 1000.0;
+        if (weak && !fine) {
+            c.placement.module = std::floor(c.placement.module);
+        }
         const double fill = 0.2 + 0.8 * static_cast<double>(rng() % 1001) / 1000.0;
         if (!encodeMessageSymbol(c.kind, rows, columns, c.level, fill, rng, c.message, c.symbol) ||
             opensWithByteShift(c.symbol, c.level)) {
