@@ -27,11 +27,9 @@ std::string words(std::mt19937& rng, std::size_t length) {
 }
 
 // A binary byte before text opens the symbol with a byte shift; an ECI or a
-// Macro block puts its codewords before the data. Exactly what the specified
-// entry makes of such a symbol is put down to the matching rule: scanned from
-// a rendered frame, the message comes back altered, as the check predicts.
-// Anything else is not: the message itself, another wrong read, and any
-// wrong read of a symbol without the rule's codewords.
+// Macro block puts codewords before the data. What the scanner reads from
+// such a symbol, altered, is put down to the matching rule; nothing else is:
+// the message itself, another wrong read, a symbol without those codewords.
 TEST(DesignedMisread, BlamesEachRuleForExactlyItsOwnWrongReads) {
     std::mt19937 rng(17);
     const Barcode2DScanner scanner;

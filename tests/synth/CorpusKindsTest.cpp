@@ -59,9 +59,8 @@ TEST(CodewordFootprint, CountsTheCodewordsAShapeOrTheBorderReaches) {
     EXPECT_EQ(footprint.outside(placed(-2 * 51, 10), 400, 100), 8);
 }
 
-// The border really cuts each edge frame: ink reaches the cut side's border
-// row or column whenever the symbol itself is cut, and the codewords cut
-// stay within the check codewords.
+// Ink reaches the border at the recorded side whenever the symbol is cut,
+// and the codewords cut stay within the check codewords.
 TEST(EdgeGenerator, CutsWithinTheCheckCodewordsAtTheRecordedSide) {
     int cutIntoSymbol = 0;
     eachFrame(EdgeGenerator(3), 3, [&](const CorpusFrame& frame, const test::CorpusEntry& e) {
@@ -89,9 +88,8 @@ TEST(EdgeGenerator, CutsWithinTheCheckCodewordsAtTheRecordedSide) {
     EXPECT_EQ(cutIntoSymbol, 2);
 }
 
-// Every harm keeps to the symbol's repair: twice the codewords reached within
-// the check codewords; spread and shrink reach none and stay within half a
-// module. Each kind of harm comes up.
+// Twice the codewords a harm reaches stay within the check codewords; spread
+// and shrink reach none and stay within half a module.
 TEST(DamageGenerator, KeepsEveryHarmWithinTheCheckCodewords) {
     std::set<std::string> kinds;
     // A seed whose first five frames show every harm.
@@ -110,9 +108,8 @@ TEST(DamageGenerator, KeepsEveryHarmWithinTheCheckCodewords) {
     EXPECT_EQ(kinds, (std::set<std::string>{"spread", "shrink", "marker", "stripes", "blob"}));
 }
 
-// Pixel-aligned frames hold nothing but the ink, the paper and the surround;
-// the others are resampled. Module sizes stay within 1 to 3 pixels and the
-// frame grows only for a symbol that needs it.
+// Pixel-aligned frames hold only ink, paper and surround, the others are
+// resampled; modules of 1 to 3 pixels; frames grow only for a big symbol.
 TEST(CrispGenerator, AlignedFramesHoldOnlyInkPaperAndSurround) {
     int aligned = 0;
     eachFrame(CrispGenerator(7), 3, [&](const CorpusFrame& frame, const test::CorpusEntry& e) {
@@ -133,9 +130,8 @@ TEST(CrispGenerator, AlignedFramesHoldOnlyInkPaperAndSurround) {
     EXPECT_EQ(aligned, 2);
 }
 
-// The expected bytes are the symbol's: libzint draws the same layout again
-// from what the sidecar says, and the sidecar survives its file. ECI text
-// comes back as given; the others' text is their Latin-1 bytes.
+// The sidecar survives its file and libzint draws the same layout from it;
+// ECI text comes back as given, the others' text is their Latin-1 bytes.
 TEST(StandardGenerator, ExpectationsMatchTheSymbolDrawn) {
     std::set<std::string> kinds;
     const std::string path = ::testing::TempDir() + "/standard_expected.json";

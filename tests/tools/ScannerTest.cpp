@@ -18,7 +18,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -47,45 +46,14 @@ std::string readFile(const fs::path& path) {
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-// Runs the scanner with `args`, no shell involved, feeding it `input`. Its
-// streams go through files, so that neither side can block the other.
-Run runScanner(std::vector<std::string> args, const std::string& input = "") {
-    args.insert(args.begin(), PDF417SCAN_CLI);
-    std::vector<char*> argv;
-    for (std::string& arg : args) {
-        argv.push_back(arg.data());
-    }
-    argv.push_back(nullptr);
-    const std::string io =
-        fs::temp_directory_path() / ("pdf417scan-io-" + std::to_string(getpid()));
-    std::ofstream(io + ".in", std::ios::binary) << input;
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 0, (io + ".in").c_str(), O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, 1, (io + ".out").c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    posix_spawn_file_actions_addopen(&actions, 2, (io + ".err").c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    pid_t pid = 0;
-    int status = 0;
-    Run run;
-    if (::posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ) == 0 &&
-        ::waitpid(pid, &status, 0) == pid) {
-        run.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        run.out = readFile(io + ".out");
-        run.err = readFile(io + ".err");
-    }
-    posix_spawn_file_actions_destroy(&actions);
-    for (const char* stream : {".in", ".out", ".err"}) {
-        std::remove((io + stream).c_str());
-    }
-    return run;
-}
-
-// A fresh directory for one test's files, removed with everything in it.
+// A fresh directory, removed with everything in it.
 struct ScratchDir {
-    const fs::path path = fs::temp_directory_path() / ("pdf417scan-" + std::to_string(::getpid()));
-    ScratchDir() { fs::create_directories(path); }
+    const fs::path path;
+    explicit ScratchDir(const std::string& use = "files")
+        : path(fs::temp_directory_path() /
+               ("pdf417scan-" + std::to_string(::getpid()) + "-" + use)) {
+        fs::create_directories(path);
+    }
     ~ScratchDir() {
         std::error_code ignored;
         fs::remove_all(path, ignored);
@@ -98,14 +66,38 @@ struct ScratchDir {
     }
 };
 
-// A camera-like frame of `message` encoded by libzint (no pixels if libzint
-// refuses it), width x height or, for 0 x 0, just large enough.
-SymbolRenderer::Frame frameOf(const std::string& message, int width = 0, int height = 0,
-                              std::uint64_t seed = 1) {
-    Pdf417Modules symbol;
-    if (!encodePdf417(message, {}, symbol)) {
-        return {};
+// Runs the scanner with `args`, no shell involved, feeding it `input`. Its
+// streams go through files, so that neither side can block the other.
+Run runScanner(std::vector<std::string> args, const std::string& input = "") {
+    args.insert(args.begin(), PDF417SCAN_CLI);
+    std::vector<char*> argv;
+    for (std::string& arg : args) {
+        argv.push_back(arg.data());
     }
+    argv.push_back(nullptr);
+    const ScratchDir io("io");
+    const std::string in = io.write("in", input), out = io.file("out"), err = io.file("err");
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 0, in.c_str(), O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT, 0600);
+    posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT, 0600);
+    pid_t pid = 0;
+    int status = 0;
+    Run run;
+    if (::posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ) == 0 &&
+        ::waitpid(pid, &status, 0) == pid) {
+        run.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        run.out = readFile(out);
+        run.err = readFile(err);
+    }
+    posix_spawn_file_actions_destroy(&actions);
+    return run;
+}
+
+// A camera's little blur and noise, in a frame of width x height or, for
+// 0 x 0, just large enough.
+SymbolRenderer::Options camera(int width = 0, int height = 0, std::uint64_t seed = 1) {
     SymbolRenderer::Options options;
     options.frameWidth = width;
     options.frameHeight = height;
@@ -113,19 +105,22 @@ SymbolRenderer::Frame frameOf(const std::string& message, int width = 0, int hei
     options.blurSigma = 0.6;
     options.noiseSigma = 2.0;
     options.seed = seed;
-    return SymbolRenderer().render(ModuleGrid(symbol), options);
+    return options;
 }
 
-std::string pixels(const SymbolRenderer::Frame& frame) {
-    return std::string(frame.pixels.begin(), frame.pixels.end());
+// `message` encoded by libzint and drawn so; no pixels if libzint refuses it.
+SymbolRenderer::Frame frameOf(const std::string& message, const SymbolRenderer::Options& options) {
+    Pdf417Modules symbol;
+    return encodePdf417(message, {}, symbol) ? SymbolRenderer().render(ModuleGrid(symbol), options)
+                                             : SymbolRenderer::Frame();
 }
 
 // The bytes of a binary PGM file.
 std::string pgm(int width, int height, const std::string& pixels) {
     return "P5\n" + std::to_string(width) + " " + std::to_string(height) + "\n255\n" + pixels;
 }
-std::string pgm(const SymbolRenderer::Frame& frame) {
-    return pgm(frame.width, frame.height, pixels(frame));
+std::string pgm(const SymbolRenderer::Frame& f) {
+    return pgm(f.width, f.height, std::string(f.pixels.begin(), f.pixels.end()));
 }
 
 std::vector<std::string> lines(const std::string& text) {
@@ -172,8 +167,8 @@ TEST(Scanner, ReadsTheBundledSamples) {
 // standard error or, with --json, in one object per input.
 TEST(Scanner, ExitStatusesAndFailures) {
     ScratchDir dir;
-    const std::string first = dir.write("first.pgm", pgm(frameOf("FIRST")));
-    const std::string second = dir.write("second.pgm", pgm(frameOf("SECOND")));
+    const std::string first = dir.write("first.pgm", pgm(frameOf("FIRST", camera())));
+    const std::string second = dir.write("second.pgm", pgm(frameOf("SECOND", camera())));
     const std::string noSymbol = dir.write("no symbol.pgm", pgm(320, 200, std::string(64000, 'x')));
     const std::string missing = dir.file("missing.png");
     const std::string png = readFile(fs::path(PDF417SCAN_SAMPLES_DIR) / "hello.png");
@@ -228,8 +223,9 @@ TEST(Scanner, RawFramesFromStandardInputAndFiles) {
     ScratchDir dir;
     const std::string first = "RAW FRAME ONE";
     const std::string second = "raw frame two, 0123456789";
-    const std::string a = pixels(frameOf(first, 640, 360, 1));
-    const std::string b = pixels(frameOf(second, 640, 360, 2));
+    const SymbolRenderer::Frame fa = frameOf(first, camera(640, 360, 1)),
+                                fb = frameOf(second, camera(640, 360, 2));
+    const std::string a(fa.pixels.begin(), fa.pixels.end()), b(fb.pixels.begin(), fb.pixels.end());
     const std::string blank(640 * 360, 'x');
     ASSERT_TRUE(a.size() == blank.size() && b.size() == blank.size());
 
@@ -278,7 +274,7 @@ TEST(Scanner, JsonLinesParseAndCarryTheExactBytes) {
     }
     std::vector<std::string> args{"--json"};
     for (std::size_t i = 0; i < messages.size(); ++i) {
-        const SymbolRenderer::Frame frame = frameOf(messages[i], 0, 0, i);
+        const SymbolRenderer::Frame frame = frameOf(messages[i], camera(0, 0, i));
         ASSERT_FALSE(frame.pixels.empty()) << "libzint refused message " << i;
         args.push_back(dir.write("message " + std::to_string(i) + ".pgm", pgm(frame)));
     }
@@ -326,7 +322,7 @@ TEST(Scanner, JsonLinesParseAndCarryTheExactBytes) {
 TEST(Scanner, ReadsColourAndGrayInEveryWritableFormat) {
     ScratchDir dir;
     const std::string message = "Formats: PNG, JPEG, BMP, TGA, PPM";
-    const SymbolRenderer::Frame frame = frameOf(message, 480, 320, 9);
+    const SymbolRenderer::Frame frame = frameOf(message, camera(480, 320, 9));
     ASSERT_FALSE(frame.pixels.empty());
     // Bluish ink on yellowish paper: the channels differ, so the loader
     // must really turn colour into gray.
@@ -384,18 +380,15 @@ TEST(Scanner, OptionsAndUsageErrors) {
     EXPECT_TRUE(contains(dashed.err, "--json: cannot open")) << dashed.err;
 }
 
-// A symbol turned by 30 degrees reads only through the precise chain: not
-// with --fast, and --json says which chain read it. --debug-image draws the
-// read's outline (yellow) over the frame, and nothing of the kind over blank
-// paper.
+// Turned by 30 degrees, a symbol reads only through the precise chain: not
+// with --fast, and --json says so. --debug-image draws the read's outline
+// (yellow) over the frame, and nothing of the kind over blank paper.
 TEST(Scanner, FastOptionJsonFieldsAndDebugImage) {
     ScratchDir dir;
     const std::string message = "Turned by thirty degrees";
     Pdf417Modules symbol;
     ASSERT_TRUE(encodePdf417(message, {3, 3, 0}, symbol));
-    SymbolRenderer::Options options;
-    options.frameWidth = 480;
-    options.frameHeight = 320;
+    SymbolRenderer::Options options = camera(480, 320);
     options.moduleWidth = 3.0;
     options.rotationDegrees = 30.0;
     const SymbolRenderer::Frame frame = SymbolRenderer().render(ModuleGrid(symbol), options);
@@ -436,9 +429,9 @@ TEST(Scanner, FastOptionJsonFieldsAndDebugImage) {
     }
 }
 
-// --frames: one reader over consecutive frames pools what each shows, so a
-// symbol that no frame shows whole still reads. Six data columns at level 2
-// have 8 check codewords; glare over two data columns erases far more.
+// --frames pools what consecutive frames show, so a symbol that no frame
+// shows whole still reads: glare over two of six data columns erases far
+// more than level 2's 8 check codewords restore.
 TEST(Scanner, FramesPoolWhatNoSingleFrameShows) {
     ScratchDir dir;
     const std::string message = "FRAMES POOL THEIR VOTES: each frame loses a third of its data "
@@ -450,16 +443,11 @@ TEST(Scanner, FramesPoolWhatNoSingleFrameShows) {
     std::vector<std::string> files;
     for (int band = 0; band < 4; ++band) {
         // A hand-held camera: the symbol drifts a little between frames.
-        SymbolRenderer::Options options;
-        options.frameWidth = 640;
-        options.frameHeight = 360;
+        SymbolRenderer::Options options = camera(640, 360, 100 + static_cast<std::uint64_t>(band));
         options.moduleWidth = 3.0;
         options.centerX = 320.0 + 6.0 * band;
         options.centerY = 180.0 - 4.0 * band;
         options.rotationDegrees = 0.5 * band;
-        options.blurSigma = 0.6;
-        options.noiseSigma = 2.0;
-        options.seed = 100 + static_cast<std::uint64_t>(band);
         SymbolRenderer::Frame frame = SymbolRenderer().render(grid, options);
         if (band > 0) {
             addGlare(frame, 2 * band - 2, 2 * band - 1);

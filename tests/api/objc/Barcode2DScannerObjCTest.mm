@@ -1,6 +1,4 @@
-// The Objective-C entry as a host app sees it: its method signature in the
-// runtime, an empty string (not nil) when nothing was read, the message when
-// a symbol was, made by the ASCII conversion. GNUstep on GCC has no
+// The Objective-C entry as a host app sees it. GNUstep on GCC has no
 // @autoreleasepool, hence the pools.
 #import "pdf417scan/api/objc/Barcode2DScanner.h"
 
@@ -12,18 +10,15 @@
 
 #include <objc/runtime.h>
 
-#include <cstring>
 #include <random>
 #include <string>
 #include <vector>
 
 #if defined(__SANITIZE_ADDRESS__)
-// GCC's Objective-C runtime keeps the tables it builds when classes are
-// loaded and first used (__objc_exec_class, class_addMethod) for the life of
-// the process, and LeakSanitizer reports them at exit. Those two are
-// suppressed, nothing else: a scan result that is never released is still
-// caught, as its allocation comes from NSString. Matching by function name
-// needs full stacks through libobjc, which has no frame pointers.
+// GCC's Objective-C runtime keeps the tables it builds as classes load for
+// the life of the process. Only those are no leak: a scan result never
+// released still is. Matching by function name needs full stacks through
+// libobjc, which has no frame pointers.
 extern "C" const char *__lsan_default_suppressions() {
     return "leak:__objc_exec_class\nleak:class_addMethod\n";
 }
