@@ -1,9 +1,6 @@
-// Frames built to trip the reading chain: degenerate sizes, rows longer than
-// a 16-bit run, uniform, noisy and periodic pictures, start and stop patterns
-// with no symbol between them, and a real symbol cut away at each edge. Every
-// frame sits in a buffer of exactly width x height bytes, so a read past it
-// is caught by the sanitizer build; each must come back with nothing, the
-// refusal the checked entry owes it, or the symbol's own message.
+// Frames built to trip the reading chain, each in a buffer of exactly width x
+// height bytes so that the sanitizer build catches a read past it: each gives
+// nothing, the refusal the checked entry owes it, or the symbol's message.
 #include "pdf417scan/api/Barcode2DScanner.h"
 #include "pdf417scan/api/Read.h"
 #include "pdf417scan/imaging/Image.h"
@@ -55,9 +52,8 @@ struct Frame {
     unsigned char& at(int x, int y) { return pixels[static_cast<std::size_t>(y) * width + x]; }
 };
 
-// Both entries on a heap copy of exactly width x height bytes (none at all
-// for an empty frame). The reading API reads at least what the scanner reads;
-// returns what it read.
+// What both entries read from a heap copy of exactly the frame's bytes; the
+// reading API reads at least what the scanner reads.
 std::string scanExactly(const Frame& frame) {
     const std::size_t size = frame.pixels.size();
     std::unique_ptr<unsigned char[]> exact(size ? new unsigned char[size] : nullptr);
@@ -67,8 +63,8 @@ std::string scanExactly(const Frame& frame) {
     const ReadResult checked = read(ImageView(exact.get(), size, frame.width, frame.height));
     const std::string got(checked.bytes.begin(), checked.bytes.end());
     if (frame.width > 0 && frame.height > 0) {
-        EXPECT_EQ(checked.status, got.empty() && !checked.ok() ? ReadStatus::NothingFound
-                                                                : ReadStatus::Read);
+        EXPECT_EQ(checked.status,
+                  got.empty() && !checked.ok() ? ReadStatus::NothingFound : ReadStatus::Read);
         if (!bytes.empty()) {
             EXPECT_EQ(got, bytes);
         }
@@ -92,93 +88,81 @@ int drawPattern(Frame& frame, int x, const std::array<int, N>& widths, int modul
     return x;
 }
 
-struct Case {
-    std::string name;
-    Frame frame;
-};
-
-// Frames without a symbol, each with what it is meant to trip.
-std::vector<Case> framesWithoutSymbols() {
-    std::vector<Case> cases;
-    const auto add = [&](const std::string& name, Frame frame) {
-        cases.push_back({name, std::move(frame)});
+TEST(AdversarialFrames, FramesWithoutSymbolsReadNothing) {
+    const auto nothing = [](const std::string& name, const Frame& frame) {
+        EXPECT_EQ(scanExactly(frame), "") << name;
     };
-    // Degenerate sizes: nothing at all, one pixel, single rows and columns,
-    // plain and striped like bars.
-    add("0x0", Frame(0, 0, kPaper));
-    add("1x1 ink", Frame(1, 1, kInk));
-    add("1x1 paper", Frame(1, 1, kPaper));
+    // No pixel at all; single pixels, rows and columns, plain and striped.
+    EXPECT_EQ(Barcode2DScanner().scanGrayscaleImage(nullptr, 0, 0), "");
+    nothing("0x0", Frame(0, 0, kPaper));
     const auto stripes = [](int x, int y) { return ((x + y) / 3) % 2 ? kInk : kPaper; };
-    for (const int n : {2, 3, 17, 100, 1000, 40000}) {
+    for (const int n : {1, 2, 3, 17, 100, 1000, 40000}) {
         const std::string size = std::to_string(n);
-        add(size + "x1", Frame(n, 1, kPaper));
-        add("1x" + size, Frame(1, n, kPaper));
-        add(size + "x1 striped", Frame(n, 1, stripes));
-        add("1x" + size + " striped", Frame(1, n, stripes));
+        nothing(size + "x1", Frame(n, 1, kPaper));
+        nothing("1x" + size, Frame(1, n, kInk));
+        nothing(size + "x1 striped", Frame(n, 1, stripes));
+        nothing("1x" + size + " striped", Frame(1, n, stripes));
     }
 
-    // Runs are counted in 16 bits: 40,000 pixels of one level in a row are
-    // more than one run can hold. Plain rows; start and stop patterns with
-    // 20,000 pixels of paper before, between and after them; ink from the
-    // start pattern's wide bar to the end of the row; 40,000 rows, read
-    // again turned.
+    // Runs are counted in 16 bits: rows of 40,000 pixels, plain, with start
+    // and stop patterns 20,000 pixels apart, or ink from the start pattern's
+    // wide bar on; 40,000 rows, read again turned.
     constexpr int kWide = 40000;
     for (const int height : {1, 2, 12}) {
         const std::string rows = ", " + std::to_string(height) + " rows";
-        add("wide ink" + rows, Frame(kWide, height, kInk));
-        add("wide paper" + rows, Frame(kWide, height, kPaper));
+        nothing("wide ink" + rows, Frame(kWide, height, kInk));
+        nothing("wide paper" + rows, Frame(kWide, height, kPaper));
         Frame guards(kWide, height, kPaper);
         drawPattern(guards, 20000, kStartPattern, 3);
         drawPattern(guards, kWide - 100, kStopPattern, 3);
-        add("wide guards" + rows, guards);
+        nothing("wide guards" + rows, guards);
         Frame dark(kWide, height, [](int x, int) { return x < 100 ? kPaper : kInk; });
         drawPattern(dark, 0, kStartPattern, 3);
-        add("wide dark" + rows, dark);
+        nothing("wide dark" + rows, dark);
     }
-    add("tall", Frame(3, kWide, kPaper));
+    nothing("tall", Frame(3, kWide, kPaper));
 
     // All black, all white, the gray between; noise; bars and stripes.
-    for (const int level : {0, 1, 30, 128, 220, 255}) {
-        const auto gray = static_cast<unsigned char>(level);
-        add("uniform " + std::to_string(level), Frame(320, 240, gray));
-        add("small uniform " + std::to_string(level), Frame(7, 5, gray));
+    for (const unsigned char level : {0, 1, 30, 128, 220, 255}) {
+        nothing("uniform " + std::to_string(level), Frame(320, 240, level));
+        nothing("small uniform " + std::to_string(level), Frame(7, 5, level));
     }
     std::mt19937 rng(9);
-    add("noise", Frame(320, 240, [&](int, int) { return rng(); }));
-    add("vertical bars", Frame(320, 240, [](int x, int) { return (x / 3) % 2 ? kPaper : kInk; }));
-    add("horizontal stripes", Frame(320, 240, [](int, int y) { return y % 2 ? kPaper : kInk; }));
+    nothing("noise", Frame(320, 240, [&](int, int) { return rng(); }));
+    nothing("vertical bars",
+            Frame(320, 240, [](int x, int) { return (x / 3) % 2 ? kPaper : kInk; }));
+    nothing("horizontal stripes",
+            Frame(320, 240, [](int, int y) { return y % 2 ? kPaper : kInk; }));
     for (int period = 1; period <= 20; ++period) {
-        add("checkerboard " + std::to_string(period), Frame(320, 240, [=](int x, int y) {
-                return (x / period + y / period) % 2 ? kInk : kPaper;
-            }));
+        nothing("checkerboard " + std::to_string(period), Frame(320, 240, [=](int x, int y) {
+                    return (x / period + y / period) % 2 ? kInk : kPaper;
+                }));
     }
 
     for (const int module : {1, 2, 3, 5}) {
         const std::string m = ", module " + std::to_string(module);
         // Every row a start pattern, or a stop pattern: once, or repeated
         // across the whole width.
-        Frame start(320, 240, kPaper);
+        Frame start(320, 240, kPaper), stop(320, 240, kPaper);
+        Frame starts(320, 240, kPaper), stops(320, 240, kPaper);
         drawPattern(start, 40, kStartPattern, module);
-        add("start" + m, start);
-        Frame stop(320, 240, kPaper);
         drawPattern(stop, 200, kStopPattern, module);
-        add("stop" + m, stop);
-        Frame starts(320, 240, kPaper);
-        Frame stops(320, 240, kPaper);
         for (int x = 0; x < 320;) {
             x = drawPattern(starts, x, kStartPattern, module);
         }
         for (int x = 0; x < 320;) {
             x = drawPattern(stops, x, kStopPattern, module);
         }
-        add("starts" + m, starts);
-        add("stops" + m, stops);
+        nothing("start" + m, start);
+        nothing("stop" + m, stop);
+        nothing("starts" + m, starts);
+        nothing("stops" + m, stops);
         // A start pattern with nothing after it: paper to the edge, the
         // edge right behind it, or the edge through its middle.
         for (const int tail : {60, 0, -8 * module}) {
             Frame alone(20 + 17 * module + tail, 90, kPaper);
             drawPattern(alone, 20, kStartPattern, module);
-            add("start alone, tail " + std::to_string(tail) + m, alone);
+            nothing("start alone, tail " + std::to_string(tail) + m, alone);
         }
         // Start and stop facing each other with no codeword columns between
         // them, and with an empty gap where the columns should be.
@@ -186,14 +170,13 @@ std::vector<Case> framesWithoutSymbols() {
             Frame guards(60 + 35 * module + gap, 120, kPaper);
             drawPattern(guards, drawPattern(guards, 30, kStartPattern, module) + gap, kStopPattern,
                         module);
-            add("guards, gap " + std::to_string(gap) + m, guards);
+            nothing("guards, gap " + std::to_string(gap) + m, guards);
         }
     }
 
-    // Start and stop patterns around random bars and spaces of one to six
-    // modules, the same in every band of rows three modules high but for a
-    // few flipped in every second band: rows that look like a symbol's to
-    // the detector, with nothing in them that decodes.
+    // Start and stop patterns around random bars of one to six modules, alike
+    // in every row but a few flipped in every second band of three modules:
+    // a symbol's rows to the detector, with nothing in them that decodes.
     for (int trial = 0; trial < 12; ++trial) {
         const int module = 2 + trial % 3;
         Frame frame(60 + (35 + 68) * module, 40 + 30 * module, kPaper);
@@ -209,21 +192,12 @@ std::vector<Case> framesWithoutSymbols() {
             }
         }
         drawPattern(frame, end, kStopPattern, module);
-        add("random bars " + std::to_string(trial), frame);
+        nothing("random bars " + std::to_string(trial), frame);
     }
-    return cases;
 }
 
-TEST(AdversarialFrames, FramesWithoutSymbolsReadNothing) {
-    for (const Case& c : framesWithoutSymbols()) {
-        EXPECT_EQ(scanExactly(c.frame), "") << c.name;
-    }
-    // Nothing to read, and no pixel either.
-    EXPECT_EQ(Barcode2DScanner().scanGrayscaleImage(nullptr, 0, 0), "");
-}
-
-// A readable symbol cropped further and further at one side, every second
-// pixel, until a strip of it is left: each crop reads as the message or not
+// A readable symbol cropped further and further at one side, a module at a
+// time, until a strip of it is left: each crop reads as the message or not
 // at all, and crops inside the margin around the symbol still read.
 TEST(AdversarialFrames, SymbolCutAtEveryEdge) {
     std::mt19937 rng(417);
@@ -240,7 +214,7 @@ TEST(AdversarialFrames, SymbolCutAtEveryEdge) {
         const bool across = side == Left || side == Right;
         const int extent = across ? full.width : full.height;
         int read = 0;
-        for (int cut = 1; cut < extent; cut += 2) {
+        for (int cut = 1; cut < extent; cut += 3) {
             const int x0 = side == Left ? cut : 0;
             const int y0 = side == Top ? cut : 0;
             const Frame cropped(
@@ -254,7 +228,7 @@ TEST(AdversarialFrames, SymbolCutAtEveryEdge) {
                 ++read;
             }
         }
-        EXPECT_LT(read, extent / 2) << "side " << side; // crops into the symbol must fail
+        EXPECT_LT(read, extent / 6) << "side " << side; // crops into the symbol must fail
     }
 }
 
@@ -269,9 +243,8 @@ TEST(AdversarialFrames, SymbolsWithGarbageCodewordsReadNothing) {
         const int columns = 1 + trial % 3;
         ASSERT_TRUE(
             encodeMessageSymbol(MessageKind::Text, rows, columns, 2, 0.8, rng, message, symbol));
-        // Random codewords in every data column, or 17 spaces where each was;
-        // only the length descriptor stays, so that the codewords are
-        // extracted and handed to error correction.
+        // Random codewords, or 17 spaces, in every data cell but the length
+        // descriptor, so that the codewords reach error correction.
         const bool erased = trial % 2 == 1;
         for (int row = 0; row < rows; ++row) {
             for (int column = row == 0 ? 2 : 1; column <= columns; ++column) {

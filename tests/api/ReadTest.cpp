@@ -1,6 +1,5 @@
-// The reading API: argument checks, every pixel layout, where the symbol is
-// said to lie, what the whole standard's decoding changes for a user, and
-// frames pooled by a FrameReader.
+// The reading API: argument checks, every pixel layout, what the whole
+// standard's decoding changes for a user, and frames pooled by a FrameReader.
 #include "pdf417scan/api/Read.h"
 #include "pdf417scan/api/Barcode2DScanner.h"
 #include "pdf417scan/api/FrameReader.h"
@@ -12,9 +11,9 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cmath>
 #include <cstdint>
 #include <random>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -77,21 +76,16 @@ TEST(Read, RefusesBadArgumentsBeforeReadingAPixel) {
             EXPECT_TRUE(r.bytes.empty() && r.text.empty() && r.chain == ReadChain::None);
         }
     }
-    std::vector<std::string> descriptions;
+    // Each status described in words of its own.
+    std::set<std::string> descriptions{""};
     for (int s = 0; s <= static_cast<int>(ReadStatus::UnknownFormat); ++s) {
-        descriptions.emplace_back(describe(static_cast<ReadStatus>(s)));
-        EXPECT_FALSE(descriptions.back().empty());
-        for (std::size_t other = 0; other + 1 < descriptions.size(); ++other) {
-            EXPECT_NE(descriptions[other], descriptions.back());
-        }
+        EXPECT_TRUE(descriptions.insert(describe(static_cast<ReadStatus>(s))).second) << s;
     }
 }
 
-// One frame as a gray plane with padded rows and in every colour layout,
-// padded too, with junk in the padding and the alpha channel: every one
-// reads the same symbol at the same place. Red carries the symbol and blue
-// its negative, so a layout read with red and blue swapped shows the symbol
-// inverted and cannot read.
+// One frame in every pixel layout, rows padded, junk in padding and alpha,
+// reads the same at the same place. Red carries the symbol and blue its
+// negative, so with red and blue swapped the symbol is inverted and unread.
 TEST(Read, EveryPixelLayoutReadsTheSame) {
     std::mt19937 rng(77);
     std::string message;
@@ -117,13 +111,11 @@ TEST(Read, EveryPixelLayoutReadsTheSame) {
             for (int x = 0; x < frame.width; ++x) {
                 const std::uint8_t v = frame.at(x, y);
                 std::uint8_t* px = &buffer[y * stride + x * bpp];
-                if (bpp == 1) {
-                    px[0] = v;
-                    continue;
-                }
                 px[bgr ? 2 : 0] = v;
-                px[1] = 128;
-                px[bgr ? 0 : 2] = static_cast<std::uint8_t>(255 - v);
+                if (bpp > 1) {
+                    px[1] = 128;
+                    px[bgr ? 0 : 2] = static_cast<std::uint8_t>(255 - v);
+                }
             }
         }
         SCOPED_TRACE(static_cast<int>(format));
@@ -143,51 +135,6 @@ TEST(Read, EveryPixelLayoutReadsTheSame) {
             EXPECT_FALSE(read(swapped).ok());
         }
     }
-}
-
-// Generated symbols in all four right-angle turns, tilted a little: the
-// message, the geometry and corners within a module of the truth, the
-// corners named in the symbol's own reading direction.
-TEST(Read, ReportsTheSymbolsGeometryAndCorners) {
-    std::mt19937 rng(1234);
-    int read = 0;
-    const int cases = 24;
-    for (int i = 0; i < cases; ++i) {
-        const int rows = 6 + static_cast<int>(rng() % 30);
-        const int columns = 1 + static_cast<int>(rng() % 10);
-        const int level = 1 + static_cast<int>(rng() % 4);
-        std::string message;
-        Pdf417Modules symbol;
-        if (!encodeMessageSymbol(static_cast<MessageKind>(i % 3), rows, columns, level, 0.8, rng,
-                                 message, symbol)) {
-            continue;
-        }
-        const double turn = 90.0 * (i % 4) + (static_cast<int>(rng() % 5) - 2);
-        const double module = 3.0 + (rng() % 3);
-        const auto frame = renderCase(symbol, {rows, columns, module, turn}, i + 1u);
-        const ReadResult r = pdf417::read(viewOf(frame));
-        SCOPED_TRACE("case " + std::to_string(i) + ": " + std::to_string(rows) + "x" +
-                     std::to_string(columns) + " turned " + std::to_string(turn));
-        if (!r.ok()) {
-            continue;
-        }
-        ++read;
-        EXPECT_EQ(bytesOf(r), message);
-        EXPECT_EQ(r.rows, rows);
-        EXPECT_EQ(r.dataColumns, columns);
-        EXPECT_EQ(r.ecLevel, level);
-        EXPECT_NE(r.chain, ReadChain::None);
-        const double w = frame.widthModules;
-        const double h = frame.heightModules;
-        const Vec2 truth[4] = {frame.toFrame(0, 0), frame.toFrame(w, 0), frame.toFrame(w, h),
-                               frame.toFrame(0, h)};
-        for (int c = 0; c < 4; ++c) {
-            EXPECT_LT(std::hypot(r.corners[c].x() - truth[c].x, r.corners[c].y() - truth[c].y),
-                      frame.modulePixels)
-                << "corner " << c;
-        }
-    }
-    EXPECT_GE(read, cases * 9 / 10);
 }
 
 // Where the two entries differ: a message that opens with a byte outside
@@ -219,10 +166,9 @@ TEST(Read, ByteShiftOpeningsReadRightThroughTheFullDecoder) {
     EXPECT_GT(shifted, 0);
 }
 
-// Each frame loses a third of its data columns, far more than correction can
-// restore; one FrameReader pools any two of them into a reading, and reset()
-// makes it forget. Upright, the fast chain's vote table pools them; turned
-// by 30 degrees, which only the precise chain reads, its cell votes do.
+// Each frame loses a third of its data columns, beyond correction; one
+// FrameReader pools two into a reading, and reset() forgets: upright in the
+// fast chain's vote table, turned by 30 degrees in the precise chain's.
 TEST(FrameReader, PoolsFramesThatCannotReadAlone) {
     const std::string message =
         "Frames pool their votes, so glare that moves between frames does not stop a reading.";

@@ -27,21 +27,17 @@ std::string words(std::mt19937& rng, std::size_t length) {
 }
 
 // A binary byte before text opens the symbol with a byte shift; an ECI or a
-// Macro block puts its codewords before the data. Exactly what the specified
-// entry makes of such a symbol is put down to the matching rule: scanned from
-// a rendered frame, the message comes back altered, as the check predicts.
-// Anything else is not: the message itself, another wrong read, and any
-// wrong read of a symbol without the rule's codewords.
+// Macro block puts codewords before the data. What the scanner reads from
+// such a symbol, altered, is put down to the matching rule; nothing else is:
+// the message itself, another wrong read, a symbol without those codewords.
 TEST(DesignedMisread, BlamesEachRuleForExactlyItsOwnWrongReads) {
     std::mt19937 rng(17);
     const Barcode2DScanner scanner;
     test::SymbolRenderer renderer;
     int scanned = 0;
-    for (int trial = 0; trial < 30; ++trial) {
+    for (int trial = 0; trial < 18; ++trial) {
         const std::string text = words(rng, 5 + rng() % 60);
-        test::ZintOptions plain;
-        plain.dataColumns = 2 + trial % 6;
-        plain.ecLevel = 2 + trial % 4;
+        const test::ZintOptions plain{2 + trial % 6, 2 + trial % 4};
         test::ZintOptions options = plain;
         std::string message = text;
         Cause cause = Cause::MacroEci;
@@ -84,7 +80,7 @@ TEST(DesignedMisread, BlamesEachRuleForExactlyItsOwnWrongReads) {
         other.back() = other.back() == 'x' ? 'y' : 'x';
         EXPECT_EQ(explain(symbolWords, message, other), Cause::None) << trial;
     }
-    EXPECT_GT(scanned, 20); // clean frames: nearly all read
+    EXPECT_GE(scanned, 16); // clean frames: nearly all read
 
     // Arbitrary bytes go into byte compaction, never behind a shift; a layout
     // libzint refuses has no codewords and explains nothing.
@@ -95,15 +91,9 @@ TEST(DesignedMisread, BlamesEachRuleForExactlyItsOwnWrongReads) {
         }
         bytes[0] = static_cast<char>(0x80 | (rng() % 128));
         bytes[1] = static_cast<char>(0x80 | (rng() % 128));
-        test::ZintOptions options;
-        options.dataColumns = 4;
-        options.ecLevel = 3;
-        EXPECT_EQ(feature(dataCodewords(bytes, options)), Cause::None);
+        EXPECT_EQ(feature(dataCodewords(bytes, {4, 3})), Cause::None);
     }
-    test::ZintOptions tooWide;
-    tooWide.dataColumns = 31;
-    tooWide.ecLevel = 3;
-    EXPECT_TRUE(dataCodewords("\x90 some text", tooWide).empty());
+    EXPECT_TRUE(dataCodewords("\x90 some text", {31, 3}).empty());
     EXPECT_EQ(explain({}, "a", "b"), Cause::None);
 }
 

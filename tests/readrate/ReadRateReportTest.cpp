@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -25,16 +25,8 @@ test::CorpusEntry entry(const std::string& corpus, const std::string& name, doub
     e.image = name + ".pgm";
     e.message = symbol ? name + ".msg" : "";
     e.content = symbol ? "digits" : "texture";
-    e.width = 1280;
-    e.height = 720;
     e.messageLength = symbol ? 12 : 0;
-    e.columns = 4;
-    e.rows = 10;
-    e.level = 3;
     e.modulePx = module;
-    e.rowHeight = 3.0;
-    e.ink = 40.0;
-    e.paper = 200.0;
     return e;
 }
 
@@ -88,7 +80,8 @@ TEST(ReadRateReport, CountsRatesTimesAndNamesAsWorkedByHand) {
     EXPECT_EQ(report.count(Outcome::Wrong), 1u);
     EXPECT_EQ(report.count(Outcome::FalseRead), 1u);
 
-    const std::string dir = ::testing::TempDir();
+    const std::string dir = ::testing::TempDir() + "/readrate-report-test";
+    std::filesystem::create_directories(dir);
     ASSERT_TRUE(report.writeMarkdown(dir + "/readrate_test.md"));
     const std::string md = slurp(dir + "/readrate_test.md");
     for (const char* row : {
@@ -125,10 +118,7 @@ TEST(ReadRateReport, CountsRatesTimesAndNamesAsWorkedByHand) {
     const std::string module = slurp(dir + "/readrate-camera-module-size.dat");
     EXPECT_NE(module.find("\"3–4 (4)\"\t4\t75\t25\n"), std::string::npos) << module;
     EXPECT_FALSE(slurp(dir + "/frame-times.dat").empty());
-    for (const char* file : {"/readrate_test.md", "/readrate_test.tsv", "/plots.gp",
-                             "/readrate-camera-module-size.dat", "/frame-times.dat"}) {
-        std::remove((dir + file).c_str());
-    }
+    std::filesystem::remove_all(dir);
 }
 
 } // namespace

@@ -11,15 +11,12 @@ namespace pdf417::synth {
 namespace {
 
 // Small frames keep the test quick; every range holds at any frame size.
-constexpr int WIDTH = 640;
-constexpr int HEIGHT = 400;
+constexpr int WIDTH = 400;
+constexpr int HEIGHT = 250;
 
 TEST(CorpusGenerator, FramesAreReproducibleAndIndependent) {
-    CorpusGenerator a(3);
-    CorpusGenerator b(3);
-    CorpusFrame first;
-    CorpusFrame other;
-    CorpusFrame again;
+    CorpusGenerator a(3), b(3);
+    CorpusFrame first, other, again;
     std::string error;
     // Frame 2 made before or after frame 1, by another object: the same frame.
     ASSERT_TRUE(a.make(1, WIDTH, HEIGHT, first, error)) << error;
@@ -39,11 +36,8 @@ TEST(CorpusGenerator, FactorsStayInTheirRangesAndMatchTheSymbol) {
     CorpusGenerator generator(11);
     const std::set<std::string> kinds{"short-text", "long-text", "digits", "bytes", "licence"};
     const std::set<std::string> decoys{"texture", "stripes", "text"};
-    int symbols = 0;
-    int keystoned = 0;
-    int offRightAngles = 0;
-    int mirrored = 0;
-    for (std::uint64_t i = 0; i < 44; ++i) {
+    int symbols = 0, keystoned = 0, offRightAngles = 0, mirrored = 0;
+    for (std::uint64_t i = 0; i < 22; ++i) {
         CorpusFrame frame;
         std::string error;
         ASSERT_TRUE(generator.make(i, WIDTH, HEIGHT, frame, error)) << error;
@@ -89,7 +83,7 @@ TEST(CorpusGenerator, FactorsStayInTheirRangesAndMatchTheSymbol) {
         EXPECT_EQ(symbol.rows, e.rows);
         EXPECT_EQ(symbol.dataColumns, e.columns);
     }
-    EXPECT_EQ(symbols, 42);
+    EXPECT_EQ(symbols, 21);
     // Some frames of each: strong perspective, any angle, seen from behind.
     EXPECT_GT(keystoned, 2);
     EXPECT_GT(offRightAngles, 5);
