@@ -551,6 +551,25 @@ TEST(RSDecoder, ErasuresComparedWithRS929Decoder) {
         exact += data == word;
     }
     EXPECT_GT(exact, 54);
+
+    // Two erasures 464 apart (3^464 = -1) give a locator without its x term,
+    // whose zero coefficient the first correction step must carry over.
+    const int len = 928 - 16;
+    for (int trial = 0; trial < 8; ++trial) {
+        const std::vector<int> word = as<int>(randomCodeword(rng, 3, len));
+        std::vector<int> data = word;
+        const int u = 1 + static_cast<int>(rng() % 400);
+        erasures = {u, u + 464};
+        int error = 0;
+        do {
+            error = static_cast<int>(rng() % len);
+        } while (error == len - u || error == len - u - 464);
+        for (const int p : {len - u, len - u - 464, error}) {
+            data[static_cast<std::size_t>(p)] = (data[static_cast<std::size_t>(p)] + 7) % 929;
+        }
+        ASSERT_EQ(decodeCapturing(decoder, data, erasures, 2, len, 16, printed), 3) << u;
+        ASSERT_EQ(data, word) << u;
+    }
 }
 
 } // namespace

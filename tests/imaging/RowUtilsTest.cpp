@@ -36,7 +36,8 @@ Row randomRow(std::mt19937& rng) {
 
 // Hand examples; then every run against the plain per-sample loop, on lines
 // of 0 to 5000 samples and any threshold, and on lines whose runs do not fit
-// in 16 bits (they saturate but keep their colour).
+// in 16 bits. Those saturate, a guard of ours: a wrapped run would overflow
+// a signed 16-bit value and come out with the other colour.
 TEST(RowUtils, SqueezeMatchesTheReference) {
     Runs runs = {123};
     RowUtils::squeeze({10, 10, 200, 200, 200, 10}, runs, 127);
@@ -72,7 +73,8 @@ TEST(RowUtils, SqueezeMatchesTheReference) {
 }
 
 // The short first run keeps its colour; a zero is never flipped but merges
-// as light; merged runs saturate at 32767.
+// as light; merged runs saturate at 32767 (our guard against wrapping into
+// the other colour).
 TEST(RowUtils, FilterExamples) {
     const std::tuple<Runs, unsigned long, Runs> cases[] = {
         {{-5, 2, -1, 6}, 2, {-8, 6}},     {{-3, 1, -4}, 0, {-3, 1, -4}},

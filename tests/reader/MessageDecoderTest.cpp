@@ -594,6 +594,12 @@ TEST(EciTextConverter, WhatCannotBeReadSaysSo) {
     }
 
     EciTextConverter converter;
+    // A range ends where its ECI does: a high surrogate last in it is lone,
+    // whatever the message's next bytes are.
+    const std::uint8_t utf16[] = {0x00, 0x41, 0x00, 0x42, 0xD8, 0x00, 0xDC, 0x00};
+    std::string cut;
+    EXPECT_FALSE(converter.appendUtf8(25, utf16, 6, cut));
+    EXPECT_EQ(cut, "AB" + FFFD);
     if (!EciTextConverter::hasPlatformCharsets()) {
         EXPECT_FALSE(converter.canConvert(20));
         EXPECT_EQ(convert(20, "AB").text, x2);
@@ -614,6 +620,7 @@ TEST(EciTextConverter, WhatCannotBeReadSaysSo) {
         {30, "\xAD\xA1Z", FFFD + "Z"},       // EUC-KR
         {32, "\x81\x30", FFFD},              // GB 18030's four bytes, cut short
         {32, "\x81\x30\x20\x30Z", FFFD + "Z"},
+        {32, "\x85\x39\x81\x30Z", FFFD + "Z"},        // unassigned, second byte 0x39
         {32, "\xD8\x38\x97\x34\xDE\x30\x99\x30", x2}, // planes 15 and 16
     };
     for (const auto& c : platform) {
