@@ -555,9 +555,9 @@ TEST(CutterLines, OneLinePerBoundaryNearTheTruth) {
     }
 }
 
-// These refusals are
-// our guard: a NaN or infinite corner would make every line NaN, and turning
-// NaN into a pixel index is undefined, so the cut gives up instead.
+// These refusals are our guard: a NaN or infinite corner would make every
+// line NaN, and turning NaN into a pixel index is undefined, so the cut gives
+// up instead.
 TEST(CutterCut, DegenerateCornersFailOrEndSafely) {
     std::mt19937 rng(4);
     std::vector<unsigned char> pixels(300 * 200);
