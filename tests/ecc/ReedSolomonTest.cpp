@@ -382,6 +382,7 @@ TEST(RSDecoder, Contract) {
         {"k past the arrays", 0, {}, 0, 50, 1024, -1, ""},
         {"fewer erasures than counted", 0, {5}, 2, 50, 8, -1, ""},
         {"a negative location", 0, {5, -3}, 2, 50, 8, -1, ""},
+        {"a negative first location", 0, {-3, 5}, 2, 50, 8, -1, ""},
         {"more erasures than the arrays", 0, std::vector<int>(1024, 5), 1024, 50, 8, -1, ""},
         // No syndrome at all (k or n of 0 or below) means no error.
         {"k 0", 0, {5}, 1, 50, 0, 0, noErrors},
