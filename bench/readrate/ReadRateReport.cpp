@@ -476,7 +476,7 @@ bool ReadRateReport::writeMarkdown(const std::string& path) const {
     out << "Measured by `bench/readrate` over synthetic corpora made by `tools/synth/synth` "
            "(libzint symbols drawn by the test renderer; every corpus seeded and deterministic). "
            "Every frame is read on one thread through `pdf417::read` with the default options, "
-           "again with `Effort::Fast`, and, for comparison, through `Barcode2DScanner` "
+           "again with `Effort::Fast`, and, for comparison, through "
            "`Barcode2DScanner::scanGrayscaleImage`. A read through `pdf417::read` is right when "
            "its bytes are the expected message and, where the corpus gives them, its text, ECI "
            "assignments and Macro PDF417 fields are the expected ones.\n\n";
