@@ -3,7 +3,9 @@
 #include "pdf417scan/imaging/LineSampler.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 
 #if defined(__SSE2__)
@@ -24,6 +26,10 @@ constexpr float STOP[9] = {7, 1, 1, 3, 1, 1, 1, 2, 1};
 constexpr int MEAN_RADIUS = 10;
 // How far past the local mean a sample must go to flip the state.
 constexpr int HYSTERESIS = 6;
+// On a noisy frame the hysteresis grows to this many noise deviations, so
+// that the noise inside a wide bar does not split it into runs.
+constexpr float NOISE_DEVIATIONS = 3.0f;
+constexpr int MAX_HYSTERESIS = 40;
 // A pattern fainter than this is paper texture.
 constexpr float MIN_CONTRAST = 18.0f;
 // How far back from a flip its crossing of the mean is looked for.
@@ -37,6 +43,33 @@ constexpr float MIN_MODULE = 0.55f;
 
 } // namespace
 
+int PatternScanner::hysteresisFor(const Image& image) {
+    // Differences of neighbouring pixels on a sparse set of rows. Most of a
+    // frame is flat, so their lower quartile measures the noise alone: for
+    // Gaussian noise of deviation s it is 0.45 s. Edges only add to the
+    // upper part of the histogram.
+    const int width = static_cast<int>(image.width());
+    const int height = static_cast<int>(image.height());
+    std::array<std::uint32_t, 256> histogram{};
+    std::uint32_t total = 0;
+    const int rowStep = std::max(1, height / 24);
+    for (int y = rowStep / 2; y < height; y += rowStep) {
+        const unsigned char* row = image.data() + static_cast<std::size_t>(y) * image.stride();
+        for (int x = 0; x + 1 < width; x += 2) {
+            ++histogram[static_cast<std::size_t>(std::abs(row[x + 1] - row[x]))];
+            ++total;
+        }
+    }
+    std::uint32_t seen = 0;
+    int quartile = 0;
+    while (quartile < 255 && (seen += histogram[static_cast<std::size_t>(quartile)]) * 4 < total) {
+        ++quartile;
+    }
+    const float deviation = static_cast<float>(quartile) / 0.45f;
+    return std::min(MAX_HYSTERESIS,
+                    std::max(HYSTERESIS, static_cast<int>(NOISE_DEVIATIONS * deviation)));
+}
+
 void PatternScanner::scan(const Image& image, const Settings& settings) {
     hits_.clear();
     maxHits_ = settings.maxHits;
@@ -45,6 +78,26 @@ void PatternScanner::scan(const Image& image, const Settings& settings) {
     if (width < 17 && height < 17) {
         return;
     }
+    // A noisy frame is scanned twice: at the floor's hysteresis for fine,
+    // faint patterns, and at the noise's for wide bars that noise would
+    // split. Wide bars belong to large symbols, so the second pass's lines
+    // lie twice as far apart. Both passes' hits go to the edge finder.
+    const int noiseHysteresis = hysteresisFor(image);
+    hysteresis_ = HYSTERESIS;
+    scanAll(image, settings);
+    if (noiseHysteresis > HYSTERESIS) {
+        hysteresis_ = noiseHysteresis;
+        Settings sparse = settings;
+        sparse.step = 2 * std::max(1, settings.step);
+        sparse.diagonalStep =
+            2 * (settings.diagonalStep > 0 ? settings.diagonalStep : settings.step);
+        scanAll(image, sparse);
+    }
+}
+
+void PatternScanner::scanAll(const Image& image, const Settings& settings) {
+    const int width = static_cast<int>(image.width());
+    const int height = static_cast<int>(image.height());
     const int step = std::max(1, settings.step);
     const unsigned char* const data = image.data();
     const std::size_t stride = image.stride();
@@ -116,6 +169,7 @@ void PatternScanner::scanSegments(const Image& image,
                                   const std::vector<std::pair<Point2D, Point2D>>& segments) {
     hits_.clear();
     maxHits_ = Settings().maxHits;
+    hysteresis_ = HYSTERESIS;
     const LineSampler sampler(image);
     for (const auto& [a, b] : segments) {
         const float dx = b.x() - a.x();
@@ -170,7 +224,7 @@ void PatternScanner::scanLine(float x0, float y0, float dx, float dy, Direction 
     flags_.resize(static_cast<std::size_t>(n));
     std::uint16_t* const prefix = prefix_.data();
     std::uint8_t* const flags = flags_.data();
-    constexpr int band = HYSTERESIS * window;
+    const int band = (hysteresis_ > 0 ? hysteresis_ : HYSTERESIS) * window;
     int i = 0;
     prefix[0] = 0;
 #if defined(__SSE2__)

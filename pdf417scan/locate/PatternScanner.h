@@ -60,6 +60,10 @@ private:
     // Scans line_ (sample i at (x0 + i dx, y0 + i dy), pixel centres) for
     // patterns.
     void scanLine(float x0, float y0, float dx, float dy, Direction direction);
+    // One pass over the frame's lines at the current hysteresis.
+    void scanAll(const Image& image, const Settings& settings);
+    // The hysteresis for a frame, from the noise of its flat parts.
+    static int hysteresisFor(const Image& image);
     void match(std::size_t first, std::size_t count, bool reversed, float x0, float y0, float dx,
                float dy, Direction direction);
 
@@ -76,6 +80,9 @@ private:
     std::vector<std::uint8_t> runDark_;
     std::vector<PatternHit> hits_;
     int maxHits_ = 0;
+    // How far past the local mean a sample must lie to flip a run, in gray
+    // levels: raised above the floor on noisy frames.
+    int hysteresis_ = 0;
 };
 
 } // namespace pdf417
