@@ -30,6 +30,10 @@ constexpr int HYSTERESIS = 6;
 // that the noise inside a wide bar does not split it into runs.
 constexpr float NOISE_DEVIATIONS = 3.0f;
 constexpr int MAX_HYSTERESIS = 40;
+// In a close look, a peak or dip this far above or below its neighbours on
+// both sides is an element of its own, whatever the local mean says (at
+// least this far; more on a noisy frame).
+constexpr int MIN_PROMINENCE = 12;
 // A pattern fainter than this is paper texture.
 constexpr float MIN_CONTRAST = 18.0f;
 // How far back from a flip its crossing of the mean is looked for.
@@ -83,6 +87,7 @@ void PatternScanner::scan(const Image& image, const Settings& settings) {
     // split. Wide bars belong to large symbols, so the second pass's lines
     // lie twice as far apart. Both passes' hits go to the edge finder.
     const int noiseHysteresis = hysteresisFor(image);
+    prominence_ = 0;
     hysteresis_ = HYSTERESIS;
     scanAll(image, settings);
     if (noiseHysteresis > HYSTERESIS) {
@@ -170,6 +175,7 @@ void PatternScanner::scanSegments(const Image& image,
     hits_.clear();
     maxHits_ = Settings().maxHits;
     hysteresis_ = HYSTERESIS;
+    prominence_ = std::max(MIN_PROMINENCE, hysteresisFor(image));
     const LineSampler sampler(image);
     for (const auto& [a, b] : segments) {
         const float dx = b.x() - a.x();
@@ -278,6 +284,24 @@ void PatternScanner::scanLine(float x0, float y0, float dx, float dy, Direction 
     for (; i + MEAN_RADIUS < n; ++i) {
         const int d = static_cast<int>(g[i]) * window - static_cast<int>(localSum(i));
         flags[i] = static_cast<std::uint8_t>((d < -band ? 1 : 0) | (d > band ? 2 : 0));
+    }
+    // A thin element blurred beside a wide one may not cross the local mean
+    // at all, yet it is still a clear peak or dip between its neighbours:
+    // such a sample takes the side it stands out on. Only in a close look,
+    // where a pattern is expected: over a whole frame the pass costs more
+    // than it finds.
+    const int prominence = prominence_;
+    for (i = prominence > 0 ? MEAN_RADIUS + 2 : n; i + MEAN_RADIUS < n; ++i) {
+        const int c = g[i];
+        const int l1 = g[i - 1], l2 = g[i - 2], r1 = g[i + 1], r2 = g[i + 2];
+        const int peak = static_cast<int>(c >= l1) & static_cast<int>(c >= r1) &
+                         static_cast<int>(c - std::min(l1, l2) >= prominence) &
+                         static_cast<int>(c - std::min(r1, r2) >= prominence);
+        const int dip = static_cast<int>(c <= l1) & static_cast<int>(c <= r1) &
+                        static_cast<int>(std::max(l1, l2) - c >= prominence) &
+                        static_cast<int>(std::max(r1, r2) - c >= prominence);
+        const int mark = flags[i];
+        flags[i] = static_cast<std::uint8_t>(mark != 0 ? mark : (peak << 1) | dip);
     }
 
     runStart_.clear();

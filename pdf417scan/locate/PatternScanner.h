@@ -83,6 +83,9 @@ private:
     // How far past the local mean a sample must lie to flip a run, in gray
     // levels: raised above the floor on noisy frames.
     int hysteresis_ = 0;
+    // How far a lone peak or dip must stand out to count as an element; 0
+    // where only the local mean decides.
+    int prominence_ = 0;
 };
 
 } // namespace pdf417
