@@ -47,7 +47,7 @@ constexpr float MIN_MODULE = 0.55f;
 
 } // namespace
 
-int PatternScanner::hysteresisFor(const Image& image) {
+int PatternScanner::noiseHysteresis(const Image& image) {
     // Differences of neighbouring pixels on a sparse set of rows. Most of a
     // frame is flat, so their lower quartile measures the noise alone: for
     // Gaussian noise of deviation s it is 0.45 s. Edges only add to the
@@ -79,6 +79,7 @@ void PatternScanner::scan(const Image& image, const Settings& settings) {
     maxHits_ = settings.maxHits;
     const int width = static_cast<int>(image.width());
     const int height = static_cast<int>(image.height());
+    noiseHysteresis_ = noiseHysteresis(image);
     if (width < 17 && height < 17) {
         return;
     }
@@ -86,16 +87,14 @@ void PatternScanner::scan(const Image& image, const Settings& settings) {
     // faint patterns, and at the noise's for wide bars that noise would
     // split. Wide bars belong to large symbols, so the second pass's lines
     // lie twice as far apart. Both passes' hits go to the edge finder.
-    const int noiseHysteresis = hysteresisFor(image);
     prominence_ = 0;
     hysteresis_ = HYSTERESIS;
     scanAll(image, settings);
-    if (noiseHysteresis > HYSTERESIS) {
-        hysteresis_ = noiseHysteresis;
+    if (noiseHysteresis_ > HYSTERESIS) {
+        hysteresis_ = noiseHysteresis_;
         Settings sparse = settings;
         sparse.step = 2 * std::max(1, settings.step);
-        sparse.diagonalStep =
-            2 * (settings.diagonalStep > 0 ? settings.diagonalStep : settings.step);
+        sparse.diagonalStep = 2 * settings.diagonalStep; // 0 still follows `step`
         scanAll(image, sparse);
     }
 }
@@ -171,11 +170,12 @@ void PatternScanner::scanAll(const Image& image, const Settings& settings) {
 }
 
 void PatternScanner::scanSegments(const Image& image,
-                                  const std::vector<std::pair<Point2D, Point2D>>& segments) {
+                                  const std::vector<std::pair<Point2D, Point2D>>& segments,
+                                  int frameNoise) {
     hits_.clear();
     maxHits_ = Settings().maxHits;
     hysteresis_ = HYSTERESIS;
-    prominence_ = std::max(MIN_PROMINENCE, hysteresisFor(image));
+    prominence_ = std::max(MIN_PROMINENCE, frameNoise);
     const LineSampler sampler(image);
     for (const auto& [a, b] : segments) {
         const float dx = b.x() - a.x();
@@ -290,18 +290,20 @@ void PatternScanner::scanLine(float x0, float y0, float dx, float dy, Direction 
     // such a sample takes the side it stands out on. Only in a close look,
     // where a pattern is expected: over a whole frame the pass costs more
     // than it finds.
-    const int prominence = prominence_;
-    for (i = prominence > 0 ? MEAN_RADIUS + 2 : n; i + MEAN_RADIUS < n; ++i) {
-        const int c = g[i];
-        const int l1 = g[i - 1], l2 = g[i - 2], r1 = g[i + 1], r2 = g[i + 2];
-        const int peak = static_cast<int>(c >= l1) & static_cast<int>(c >= r1) &
-                         static_cast<int>(c - std::min(l1, l2) >= prominence) &
-                         static_cast<int>(c - std::min(r1, r2) >= prominence);
-        const int dip = static_cast<int>(c <= l1) & static_cast<int>(c <= r1) &
-                        static_cast<int>(std::max(l1, l2) - c >= prominence) &
-                        static_cast<int>(std::max(r1, r2) - c >= prominence);
-        const int mark = flags[i];
-        flags[i] = static_cast<std::uint8_t>(mark != 0 ? mark : (peak << 1) | dip);
+    if (prominence_ > 0) {
+        const int prominence = prominence_;
+        for (i = MEAN_RADIUS + 2; i + MEAN_RADIUS < n; ++i) {
+            const int c = g[i];
+            const int l1 = g[i - 1], l2 = g[i - 2], r1 = g[i + 1], r2 = g[i + 2];
+            const int peak = static_cast<int>(c >= l1) & static_cast<int>(c >= r1) &
+                             static_cast<int>(c - std::min(l1, l2) >= prominence) &
+                             static_cast<int>(c - std::min(r1, r2) >= prominence);
+            const int dip = static_cast<int>(c <= l1) & static_cast<int>(c <= r1) &
+                            static_cast<int>(std::max(l1, l2) - c >= prominence) &
+                            static_cast<int>(std::max(r1, r2) - c >= prominence);
+            const int mark = flags[i];
+            flags[i] = static_cast<std::uint8_t>(mark != 0 ? mark : (peak << 1) | dip);
+        }
     }
 
     runStart_.clear();

@@ -51,8 +51,16 @@ public:
 
     // Replaces the hits with those on the given segments of the frame,
     // sampled a pixel apart with interpolation: a close look where a pattern
-    // should be, along lines that cross it square.
-    void scanSegments(const Image& image, const std::vector<std::pair<Point2D, Point2D>>& segments);
+    // should be, along lines that cross it square. `frameNoise` is the
+    // frame's noiseHysteresis(), measured once for all its close looks.
+    void scanSegments(const Image& image, const std::vector<std::pair<Point2D, Point2D>>& segments,
+                      int frameNoise);
+
+    // How far past the local mean a sample of this frame must lie to be
+    // more than noise, in gray levels.
+    static int noiseHysteresis(const Image& image);
+    // noiseHysteresis() of the frame the last scan() read.
+    int lastNoiseHysteresis() const { return noiseHysteresis_; }
 
     const std::vector<PatternHit>& hits() const { return hits_; }
 
@@ -62,8 +70,6 @@ private:
     void scanLine(float x0, float y0, float dx, float dy, Direction direction);
     // One pass over the frame's lines at the current hysteresis.
     void scanAll(const Image& image, const Settings& settings);
-    // The hysteresis for a frame, from the noise of its flat parts.
-    static int hysteresisFor(const Image& image);
     void match(std::size_t first, std::size_t count, bool reversed, float x0, float y0, float dx,
                float dy, Direction direction);
 
@@ -83,6 +89,7 @@ private:
     // How far past the local mean a sample must lie to flip a run, in gray
     // levels: raised above the floor on noisy frames.
     int hysteresis_ = 0;
+    int noiseHysteresis_ = 0;
     // How far a lone peak or dip must stand out to count as an element; 0
     // where only the local mean decides.
     int prominence_ = 0;

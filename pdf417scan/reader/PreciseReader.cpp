@@ -109,7 +109,7 @@ bool PreciseReader::densify(const Image& image) {
             }
         }
     }
-    closeLook_.scanSegments(image, segments_);
+    closeLook_.scanSegments(image, segments_, scanner_.lastNoiseHysteresis());
     return !closeLook_.hits().empty();
 }
 
@@ -209,7 +209,7 @@ bool PreciseReader::completeOutline(const LineSampler& sampler, const SymbolOutl
         const double t = 0.1 + 0.8 * k / (COMPLETION_LINES - 1);
         segments_.emplace_back(map(u0, t), map(u1, t));
     }
-    closeLook_.scanSegments(sampler.image(), segments_);
+    closeLook_.scanSegments(sampler.image(), segments_, scanner_.lastNoiseHysteresis());
     const PatternHit::Kind missing = lone.hasStart ? PatternHit::Stop : PatternHit::Start;
     edgeFinder_.find(closeLook_.hits(), 1, foundEdges_);
     const EdgeLine* found = nullptr;

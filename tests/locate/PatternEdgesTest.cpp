@@ -192,7 +192,7 @@ TEST(PatternEdges, CloseLookFindsBlurredThinElements) {
                               Point2D(static_cast<float>(b.x), static_cast<float>(b.y), 1.0f));
     }
     PatternScanner scanner;
-    scanner.scanSegments(image, segments);
+    scanner.scanSegments(image, segments, PatternScanner::noiseHysteresis(image));
     int stops = 0;
     for (const PatternHit& h : scanner.hits()) {
         stops +=
