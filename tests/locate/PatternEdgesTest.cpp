@@ -25,6 +25,24 @@ double offLine(const SymbolRenderer::Frame& f, double u, const Point2D& p) {
     return std::fabs((p.x() - a.x) * dy - (p.y() - a.y) * dx) / std::hypot(dx, dy);
 }
 
+// Hits of `kind` whose outer edge lies on that pattern's true outer edge.
+int onOuterEdge(const SymbolRenderer::Frame& f, const std::vector<PatternHit>& hits,
+                PatternHit::Kind kind) {
+    const double u = kind == PatternHit::Start ? 0.0 : f.widthModules;
+    int count = 0;
+    for (const PatternHit& h : hits) {
+        count += h.kind == kind && offLine(f, u, h.outer) < 0.6 * f.modulePixels;
+    }
+    return count;
+}
+
+// A three-column, eight-row symbol of `text` drawn with `options`.
+SymbolRenderer::Frame renderSmallSymbol(const char* text, const SymbolRenderer::Options& options) {
+    Pdf417Modules symbol;
+    EXPECT_TRUE(encodePdf417(text, {3, 2, 8}, symbol));
+    return SymbolRenderer().render(ModuleGrid(symbol), options);
+}
+
 TEST(PatternEdges, HitsAndLinesLieOnTheTrueEdges) {
     Pdf417Modules symbol;
     ASSERT_TRUE(
@@ -138,9 +156,6 @@ TEST(PatternEdges, HitsAndLinesLieOnTheTrueEdges) {
 // 7-pixel modules and noise of 10 gray levels, the noise pass (every other
 // line) finds both patterns on most of its lines through the symbol.
 TEST(PatternEdges, WideBarsSurviveNoise) {
-    Pdf417Modules symbol;
-    ASSERT_TRUE(encodePdf417("Noisy frames", {3, 2, 8}, symbol));
-    const ModuleGrid grid(symbol);
     SymbolRenderer::Options options;
     options.frameWidth = 1000;
     options.frameHeight = 400;
@@ -148,22 +163,14 @@ TEST(PatternEdges, WideBarsSurviveNoise) {
     options.ink = 90.0;
     options.paper = 190.0;
     options.noiseSigma = 10.0;
-    SymbolRenderer::Frame frame = SymbolRenderer().render(grid, options);
-    Image image = frame.image();
+    SymbolRenderer::Frame frame = renderSmallSymbol("Noisy frames", options);
     PatternScanner scanner;
     PatternScanner::Settings rows;
     rows.directions = 1u << PatternScanner::Rows;
-    scanner.scan(image, rows);
-    int starts = 0, stops = 0;
-    for (const PatternHit& h : scanner.hits()) {
-        const bool start = h.kind == PatternHit::Start;
-        if (offLine(frame, start ? 0.0 : frame.widthModules, h.outer) < 0.6 * frame.modulePixels) {
-            (start ? starts : stops) += 1;
-        }
-    }
+    scanner.scan(frame.image(), rows);
     const int lines = static_cast<int>(frame.heightModules * frame.modulePixels / rows.step);
-    EXPECT_GE(starts, lines / 3) << lines;
-    EXPECT_GE(stops, lines / 3) << lines;
+    EXPECT_GE(onOuterEdge(frame, scanner.hits(), PatternHit::Start), lines / 3) << lines;
+    EXPECT_GE(onOuterEdge(frame, scanner.hits(), PatternHit::Stop), lines / 3) << lines;
 }
 
 // Blur of half a module lets the stop pattern's thin elements,
@@ -171,9 +178,6 @@ TEST(PatternEdges, WideBarsSurviveNoise) {
 // mean; the close look along lines across the pattern still takes each
 // clear peak and dip as an element, and finds the pattern on most of them.
 TEST(PatternEdges, CloseLookFindsBlurredThinElements) {
-    Pdf417Modules symbol;
-    ASSERT_TRUE(encodePdf417("Blurred far side", {3, 2, 8}, symbol));
-    const ModuleGrid grid(symbol);
     SymbolRenderer::Options options;
     options.frameWidth = 400;
     options.frameHeight = 200;
@@ -182,7 +186,7 @@ TEST(PatternEdges, CloseLookFindsBlurredThinElements) {
     options.ink = 80.0;
     options.paper = 235.0;
     options.quietZone = 6.0;
-    SymbolRenderer::Frame frame = SymbolRenderer().render(grid, options);
+    SymbolRenderer::Frame frame = renderSmallSymbol("Blurred far side", options);
     Image image = frame.image();
     std::vector<std::pair<Point2D, Point2D>> segments;
     const double w = frame.widthModules;
@@ -193,12 +197,9 @@ TEST(PatternEdges, CloseLookFindsBlurredThinElements) {
     }
     PatternScanner scanner;
     scanner.scanSegments(image, segments, PatternScanner::noiseHysteresis(image));
-    int stops = 0;
-    for (const PatternHit& h : scanner.hits()) {
-        stops +=
-            h.kind == PatternHit::Stop && offLine(frame, w, h.outer) < 0.6 * frame.modulePixels;
-    }
-    EXPECT_GE(stops, static_cast<int>(segments.size()) * 2 / 3) << segments.size();
+    EXPECT_GE(onOuterEdge(frame, scanner.hits(), PatternHit::Stop),
+              static_cast<int>(segments.size()) * 2 / 3)
+        << segments.size();
 }
 
 } // namespace
