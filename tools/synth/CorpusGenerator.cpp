@@ -98,32 +98,9 @@ bool CorpusGenerator::makeSymbol(Random& random, int width, int height, CorpusFr
     options.rowHeight = rowHeight;
     options.quietZone = QUIET_ZONE;
     options.rotationDegrees = angle;
-    // Place anywhere the symbol fits; should the perspective still push a
-    // corner out, shrink a little and place again. Shortening a side only
-    // draws corners inwards, so it never pushes one out.
-    std::array<Vec2, 4> quad{};
-    double perspective = 0.0;
-    bool fits = false;
-    for (int attempt = 0; attempt < 30 && !fits; ++attempt) {
-        if (attempt > 0) {
-            module *= 0.97;
-        }
-        options.moduleWidth = module;
-        double boxWidth = 0.0;
-        double boxHeight = 0.0;
-        Placement::placedBox(gridWidth, gridHeight, QUIET_ZONE, angle, spread, boxWidth, boxHeight);
-        const double freeX = std::max(0.0, width - 2.0 * Placement::MARGIN - boxWidth * module);
-        const double freeY = std::max(0.0, height - 2.0 * Placement::MARGIN - boxHeight * module);
-        options.centerX = width / 2.0 + random.uniform(-0.5, 0.5) * freeX;
-        options.centerY = height / 2.0 + random.uniform(-0.5, 0.5) * freeY;
-        quad = SymbolRenderer::placeQuad(grid, options, width, height);
-        if (keystone) {
-            Placement::keystone(quad, keystoneSide, keystoneRatio);
-        }
-        perspective = Placement::jitterCorners(quad, spread, random);
-        fits = Placement::insideFrame(quad, gridWidth, gridHeight, QUIET_ZONE, width, height);
-    }
-    options.quad = quad;
+    const Placement::Placed placed = Placement::placeAnywhere(
+        grid, gridWidth, gridHeight, QUIET_ZONE, spread, keystone ? keystoneSide : -1,
+        keystoneRatio, width, height, random, options, module);
 
     test::CorpusEntry& entry = frame.entry;
     entry.content = contentName(kind);
@@ -138,11 +115,11 @@ bool CorpusGenerator::makeSymbol(Random& random, int width, int height, CorpusFr
     const double turn = std::fmod(std::round(angle / 90.0) * 90.0, 360.0);
     entry.turn = static_cast<int>(turn);
     entry.rotation = angle - std::round(angle / 90.0) * 90.0;
-    entry.perspective = perspective;
-    entry.sideRatio = Placement::sideRatio(quad);
+    entry.perspective = placed.perspective;
+    entry.sideRatio = Placement::sideRatio(placed.quad);
     entry.mirrored = mirror;
     entry.quietZone = QUIET_ZONE;
-    entry.fits = fits;
+    entry.fits = placed.fits;
     look.render(renderer_, grid, options, noiseSeed, frame);
     return true;
 }

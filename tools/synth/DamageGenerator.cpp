@@ -196,25 +196,9 @@ bool DamageGenerator::make(std::uint64_t index, CorpusFrame& frame, std::string&
         };
     }
 
-    std::array<Vec2, 4> quad{};
-    bool fits = false;
-    for (int attempt = 0; attempt < 30 && !fits; ++attempt) {
-        if (attempt > 0) {
-            module *= 0.97;
-        }
-        options.moduleWidth = module;
-        double boxWidth = 0.0;
-        double boxHeight = 0.0;
-        Placement::placedBox(w, h, QUIET_ZONE, tilt, spread, boxWidth, boxHeight);
-        const double freeX = std::max(0.0, WIDTH - 2.0 * Placement::MARGIN - boxWidth * module);
-        const double freeY = std::max(0.0, HEIGHT - 2.0 * Placement::MARGIN - boxHeight * module);
-        options.centerX = WIDTH / 2.0 + random.uniform(-0.5, 0.5) * freeX;
-        options.centerY = HEIGHT / 2.0 + random.uniform(-0.5, 0.5) * freeY;
-        quad = test::SymbolRenderer::placeQuad(grid, options, WIDTH, HEIGHT);
-        entry.perspective = Placement::jitterCorners(quad, spread, random);
-        fits = Placement::insideFrame(quad, w, h, QUIET_ZONE, WIDTH, HEIGHT);
-    }
-    options.quad = quad;
+    const Placement::Placed placed = Placement::placeAnywhere(
+        grid, w, h, QUIET_ZONE, spread, -1, 1.0, WIDTH, HEIGHT, random, options, module);
+    entry.perspective = placed.perspective;
 
     entry.content = contentName(content);
     entry.messageLength = static_cast<int>(frame.message.size());
@@ -226,9 +210,9 @@ bool DamageGenerator::make(std::uint64_t index, CorpusFrame& frame, std::string&
     entry.modulePx = module;
     entry.rowHeight = rowHeight;
     entry.rotation = tilt;
-    entry.sideRatio = Placement::sideRatio(quad);
+    entry.sideRatio = Placement::sideRatio(placed.quad);
     entry.quietZone = QUIET_ZONE;
-    entry.fits = fits;
+    entry.fits = placed.fits;
     entry.damage = KINDS[kind];
     // A shrunk stroke or stripe is shorter, not thinner; a shrunk blob smaller.
     entry.damageAmount = kind == 4 ? mark.width * mark.scale : mark.width;

@@ -130,5 +130,37 @@ double Placement::sideRatio(const std::array<test::Vec2, 4>& quad) {
     return ratio;
 }
 
+Placement::Placed Placement::placeAnywhere(const test::ModuleGrid& grid, double gridWidth,
+                                           double gridHeight, double quietZone, double spread,
+                                           int keystoneSide, double keystoneRatio, int width,
+                                           int height, Random& random,
+                                           test::SymbolRenderer::Options& options, double& module) {
+    // Shortening a side only draws corners inwards, so the keystone never
+    // pushes one out; the jitter may.
+    Placed placed;
+    for (int attempt = 0; attempt < 30 && !placed.fits; ++attempt) {
+        if (attempt > 0) {
+            module *= 0.97;
+        }
+        options.moduleWidth = module;
+        double boxWidth = 0.0;
+        double boxHeight = 0.0;
+        placedBox(gridWidth, gridHeight, quietZone, options.rotationDegrees, spread, boxWidth,
+                  boxHeight);
+        const double freeX = std::max(0.0, width - 2.0 * MARGIN - boxWidth * module);
+        const double freeY = std::max(0.0, height - 2.0 * MARGIN - boxHeight * module);
+        options.centerX = width / 2.0 + random.uniform(-0.5, 0.5) * freeX;
+        options.centerY = height / 2.0 + random.uniform(-0.5, 0.5) * freeY;
+        placed.quad = test::SymbolRenderer::placeQuad(grid, options, width, height);
+        if (keystoneSide >= 0) {
+            keystone(placed.quad, keystoneSide, keystoneRatio);
+        }
+        placed.perspective = jitterCorners(placed.quad, spread, random);
+        placed.fits = insideFrame(placed.quad, gridWidth, gridHeight, quietZone, width, height);
+    }
+    options.quad = placed.quad;
+    return placed;
+}
+
 } // namespace synth
 } // namespace pdf417

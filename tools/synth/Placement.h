@@ -1,6 +1,8 @@
 #pragma once
 
 #include "tests/support/Homography.h"
+#include "tests/support/ModuleGrid.h"
+#include "tests/support/SymbolRenderer.h"
 #include "tests/support/ZintPdf417.h"
 #include "tools/synth/Random.h"
 
@@ -51,6 +53,23 @@ public:
     // The longer over the shorter side of the quad's more unequal pair of
     // opposite sides.
     static double sideRatio(const std::array<test::Vec2, 4>& quad);
+
+    // What placeAnywhere did.
+    struct Placed {
+        std::array<test::Vec2, 4> quad{};
+        double perspective = 0.0; // the largest corner push, as a share
+        bool fits = false;        // the quiet zone lies inside the frame
+    };
+    // Places the grid (gridWidth x gridHeight modules, turned by
+    // options.rotationDegrees) anywhere its box fits in the frame, shortens
+    // side keystoneSide (none when negative) to 1 / keystoneRatio, pushes
+    // the corners by up to `spread`; should a corner still leave the frame,
+    // shrinks module by 3 % and places again, 30 times at most. Sets the
+    // options' module width, centre and quad.
+    static Placed placeAnywhere(const test::ModuleGrid& grid, double gridWidth, double gridHeight,
+                                double quietZone, double spread, int keystoneSide,
+                                double keystoneRatio, int width, int height, Random& random,
+                                test::SymbolRenderer::Options& options, double& module);
 };
 
 } // namespace synth
