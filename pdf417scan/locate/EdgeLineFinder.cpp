@@ -1,5 +1,7 @@
 #include "pdf417scan/locate/EdgeLineFinder.h"
 
+#include "pdf417scan/util/InsertionSort.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -290,13 +292,9 @@ void EdgeLineFinder::find(const std::vector<PatternHit>& hits, int maxLines,
             lines.push_back(best);
         }
     }
-    // Most supported first, ties in the order found: an insertion sort of a
-    // dozen lines, which unlike stable_sort needs no buffer.
-    for (std::size_t i = 1; i < lines.size(); ++i) {
-        for (std::size_t j = i; j > 0 && lines[j].support > lines[j - 1].support; --j) {
-            std::swap(lines[j], lines[j - 1]);
-        }
-    }
+    // Most supported first, ties in the order found.
+    insertionSort(lines.begin(), lines.end(),
+                  [](const EdgeLine& x, const EdgeLine& y) { return x.support > y.support; });
 }
 
 } // namespace pdf417

@@ -1,5 +1,7 @@
 #include "pdf417scan/locate/OutlineFinder.h"
 
+#include "pdf417scan/util/InsertionSort.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -106,17 +108,20 @@ bool OutlineFinder::measureBar(const LineSampler& sampler, const EdgeLine& line,
     return std::hypot(b.x() - a.x(), b.y() - a.y()) >= 2.0f * line.module;
 }
 
+float OutlineFinder::moduleAcross(float a, float b) {
+    // Under perspective the module shrinks steadily from one side to the
+    // other: the modules across are the width over the logarithmic mean.
+    const float ratio = std::max(a, b) / std::min(a, b);
+    return ratio > 1.01f ? (std::max(a, b) - std::min(a, b)) / std::log(ratio) : 0.5f * (a + b);
+}
+
 bool OutlineFinder::pairUp(const EdgeLine& s, const EdgeLine& p, Pair& out) {
     const float ratio = std::max(s.module, p.module) / std::min(s.module, p.module);
     // Perspective may make one side twice the other, or a little more.
     if (!(ratio < 4.0f)) {
         return false;
     }
-    // Under perspective the module shrinks steadily from one side to the
-    // other: the modules across are the width over the logarithmic mean.
-    float module = ratio > 1.01f ? (std::max(s.module, p.module) - std::min(s.module, p.module)) /
-                                       std::log(ratio)
-                                 : 0.5f * (s.module + p.module);
+    float module = moduleAcross(s.module, p.module);
     out.startLine = s;
     out.stopLine = p;
     out.score = s.support + p.support;
@@ -167,10 +172,7 @@ bool OutlineFinder::pairUp(const EdgeLine& s, const EdgeLine& p, Pair& out) {
     const EdgeLine& a = out.startLine;
     const EdgeLine& b = out.stopLine;
     if (shortest < SHORT_EDGE * module) {
-        const float r = std::max(a.module, b.module) / std::min(a.module, b.module);
-        module = r > 1.01f
-                     ? (std::max(a.module, b.module) - std::min(a.module, b.module)) / std::log(r)
-                     : 0.5f * (a.module + b.module);
+        module = moduleAcross(a.module, b.module);
     }
     const Point2D bMid = b.at(0.5f * (b.from + b.to));
     const Point2D aMid = a.at(0.5f * (a.from + a.to));
@@ -211,13 +213,9 @@ void OutlineFinder::find(const LineSampler& sampler, const std::vector<EdgeLine>
             }
         }
     }
-    // Best first, ties in the order found: insertion, which unlike
-    // stable_sort needs no buffer, over a few dozen pairs at most.
-    for (std::size_t i = 1; i < pairs_.size(); ++i) {
-        for (std::size_t j = i; j > 0 && pairs_[j].score > pairs_[j - 1].score; --j) {
-            std::swap(pairs_[j], pairs_[j - 1]);
-        }
-    }
+    // Best first, ties in the order found.
+    insertionSort(pairs_.begin(), pairs_.end(),
+                  [](const Pair& x, const Pair& y) { return x.score > y.score; });
 
     const auto add = [&](const EdgeLine* start, const EdgeLine* stop, int columns) {
         SymbolOutline o;

@@ -63,6 +63,8 @@ private:
     // parallel: up to about 63 degrees apart.
     static constexpr float MIN_EDGE_COSINE = 0.45f;
 
+    // The mean module between two edges whose modules are a and b.
+    static float moduleAcross(float a, float b);
     // Whether a start and a stop edge bound one symbol; fills pair.
     static bool pairUp(const EdgeLine& start, const EdgeLine& stop, Pair& pair);
     // Follows a bar's centre line from the last hit outwards; returns the
